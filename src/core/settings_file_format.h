@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QSettings>
+
+namespace tarnel {
+
+// A JSON settings file format that keeps each value's type (booleans, text,
+// lists of text, data), registered with QSettings once.
+QSettings::Format settingsFileFormat();
+
+}  // namespace tarnel

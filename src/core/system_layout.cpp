@@ -1,0 +1,24 @@
+#include "core/system_layout.h"
+
+#include <QDir>
+#include <QLocale>
+#include <QStandardPaths>
+
+namespace tarnel {
+
+SystemLayout SystemLayout::production() {
+    SystemLayout layout;
+    layout.applicationsDirectory = QStringLiteral("/Applications");
+    layout.brewCandidates = {QStringLiteral("/opt/homebrew/bin/brew"),
+                             QStringLiteral("/usr/local/bin/brew")};
+    layout.masCandidates = {QStringLiteral("/opt/homebrew/bin/mas"),
+                            QStringLiteral("/usr/local/bin/mas")};
+    layout.catalogueUrl = QUrl(QStringLiteral("https://formulae.brew.sh/api/cask.json"));
+    layout.homeDirectory = QDir::homePath();
+    layout.temporaryDirectory = QDir::tempPath();
+    layout.desktopDirectory = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+    layout.preferredLanguages = QLocale::system().uiLanguages();
+    return layout;
+}
+
+}  // namespace tarnel

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QUrl>
+
+namespace tarnel {
+
+// Every place outside the program that it reaches: folders, tool candidates,
+// the catalogue endpoint and the stores. Services take it by constructor, so
+// that a test or a sandbox can move any of them.
+struct SystemLayout {
+    QString applicationsDirectory;
+    QStringList brewCandidates;
+    QStringList masCandidates;
+    QUrl catalogueUrl;
+    QString homeDirectory;
+    QString temporaryDirectory;
+    QString desktopDirectory;
+    // PEM certificates trusted besides the system store; empty in production.
+    QString extraTrustedCertificates;
+    // The user defaults file; empty means the platform's own store.
+    QString settingsFile;
+    // The user's languages, most preferred first, for localized bundle names.
+    QStringList preferredLanguages;
+
+    // The values of a real installation.
+    static SystemLayout production();
+};
+
+}  // namespace tarnel
