@@ -30,11 +30,17 @@ QByteArray fileLine(const QString& message, const QString& level) {
 Logger::Logger(LogSink sink, SettingsStore& settings, QString desktopDirectory)
     : sink(std::move(sink)), settings(settings), desktopDirectory(std::move(desktopDirectory)) {}
 
-void Logger::info(const QString& message) { log(LogLevel::info, message); }
+void Logger::info(const QString& message) {
+    log(LogLevel::info, message);
+}
 
-void Logger::warning(const QString& message) { log(LogLevel::warning, message); }
+void Logger::warning(const QString& message) {
+    log(LogLevel::warning, message);
+}
 
-void Logger::error(const QString& message) { log(LogLevel::error, message); }
+void Logger::error(const QString& message) {
+    log(LogLevel::error, message);
+}
 
 void Logger::log(LogLevel level, const QString& message) {
     if (sink) {

@@ -14,8 +14,8 @@ const QString dataMarker = QStringLiteral("$data");
 QVariant fromJson(const QJsonValue& value) {
     if (value.isArray()) {
         const QJsonArray array = value.toArray();
-        const bool allText =
-            std::all_of(array.begin(), array.end(), [](const QJsonValue& entry) { return entry.isString(); });
+        const bool allText = std::all_of(array.begin(), array.end(),
+                                         [](const QJsonValue& entry) { return entry.isString(); });
         if (allText) {
             QStringList list;
             for (const QJsonValue& entry : array) {

@@ -113,15 +113,21 @@ bool SettingsStore::contains(const QString& key) const {
     return settings->contains(key);
 }
 
-void SettingsStore::setBool(const QString& key, bool value) { write(key, value); }
+void SettingsStore::setBool(const QString& key, bool value) {
+    write(key, value);
+}
 
-void SettingsStore::setString(const QString& key, const QString& value) { write(key, value); }
+void SettingsStore::setString(const QString& key, const QString& value) {
+    write(key, value);
+}
 
 void SettingsStore::setStringList(const QString& key, const QStringList& value) {
     write(key, value);
 }
 
-void SettingsStore::setData(const QString& key, const QByteArray& value) { write(key, value); }
+void SettingsStore::setData(const QString& key, const QByteArray& value) {
+    write(key, value);
+}
 
 void SettingsStore::remove(const QString& key) {
     QMutexLocker lock(&mutex);

@@ -70,8 +70,8 @@ TEST(SleepFor, CancellingFromAnotherThreadEndsTheSleep) {
 }
 
 TEST(TaskHandle, GivesTheBodysValueToEveryAwaiter) {
-    auto handle =
-        TaskHandle<int>::start([](CancellationToken) -> QCoro::Task<int> { return delayedValue(7, 20ms); });
+    auto handle = TaskHandle<int>::start(
+        [](CancellationToken) -> QCoro::Task<int> { return delayedValue(7, 20ms); });
     auto first = [](TaskHandle<int> h) -> QCoro::Task<int> { co_return co_await h.result(); };
     auto firstTask = first(handle);
     auto secondTask = first(handle);
@@ -209,10 +209,10 @@ TEST(TaskGroup, AnEmptyGroupEndsAtOnce) {
 TEST(WorkerPool, RunsTheFunctionOffTheCallingThread) {
     QThread* const mainThread = QThread::currentThread();
     auto run = [mainThread]() -> QCoro::Task<bool> {
-        const bool ranElsewhere =
-            co_await runOnWorkerPool([mainThread] { return QThread::currentThread() != mainThread; });
+        const bool ranElsewhere = co_await runOnWorkerPool(
+            [mainThread] { return QThread::currentThread() != mainThread; });
         // The caller resumes on its own thread.
-        co_return ranElsewhere && QThread::currentThread() == mainThread;
+        co_return ranElsewhere&& QThread::currentThread() == mainThread;
     };
     EXPECT_TRUE(await(run()));
 }

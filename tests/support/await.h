@@ -12,7 +12,8 @@
 namespace detail {
 
 template <typename T>
-QCoro::Task<> driveToEnd(QCoro::Task<T> task, std::optional<std::conditional_t<std::is_void_v<T>, bool, T>>& value,
+QCoro::Task<> driveToEnd(QCoro::Task<T> task,
+                         std::optional<std::conditional_t<std::is_void_v<T>, bool, T>>& value,
                          std::exception_ptr& error, bool& done, QEventLoop& loop) {
     try {
         if constexpr (std::is_void_v<T>) {

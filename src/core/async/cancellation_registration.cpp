@@ -23,7 +23,9 @@ CancellationRegistration& CancellationRegistration::operator=(
     return *this;
 }
 
-CancellationRegistration::~CancellationRegistration() { reset(); }
+CancellationRegistration::~CancellationRegistration() {
+    reset();
+}
 
 void CancellationRegistration::reset() {
     if (id != 0) {

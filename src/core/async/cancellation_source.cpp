@@ -4,8 +4,7 @@
 
 namespace tarnel {
 
-CancellationSource::CancellationSource()
-    : state(std::make_shared<detail::CancellationState>()) {}
+CancellationSource::CancellationSource() : state(std::make_shared<detail::CancellationState>()) {}
 
 CancellationSource::CancellationSource(const CancellationToken& parent) : CancellationSource() {
     std::weak_ptr<detail::CancellationState> weak = state;
@@ -16,10 +15,16 @@ CancellationSource::CancellationSource(const CancellationToken& parent) : Cancel
     });
 }
 
-void CancellationSource::cancel() { state->cancel(); }
+void CancellationSource::cancel() {
+    state->cancel();
+}
 
-bool CancellationSource::isCancelled() const { return state->isCancelled(); }
+bool CancellationSource::isCancelled() const {
+    return state->isCancelled();
+}
 
-CancellationToken CancellationSource::token() const { return CancellationToken(state); }
+CancellationToken CancellationSource::token() const {
+    return CancellationToken(state);
+}
 
 }  // namespace tarnel

@@ -8,7 +8,9 @@ namespace tarnel {
 CancellationToken::CancellationToken(std::shared_ptr<detail::CancellationState> state)
     : state(std::move(state)) {}
 
-bool CancellationToken::isCancelled() const { return state && state->isCancelled(); }
+bool CancellationToken::isCancelled() const {
+    return state && state->isCancelled();
+}
 
 void CancellationToken::throwIfCancelled() const {
     if (isCancelled()) {

@@ -94,8 +94,8 @@ public:
     explicit ContinuationGuard(std::shared_ptr<ContinuationState<T>> state)
         : state(std::move(state)) {}
     ~ContinuationGuard() {
-        state->complete(ContinuationOutcome<T>(std::in_place_index<2>,
-                                               std::make_exception_ptr(AbandonedContinuationError())));
+        state->complete(ContinuationOutcome<T>(
+            std::in_place_index<2>, std::make_exception_ptr(AbandonedContinuationError())));
     }
     ContinuationGuard(const ContinuationGuard&) = delete;
     ContinuationGuard& operator=(const ContinuationGuard&) = delete;
@@ -115,15 +115,12 @@ public:
         : guard(std::make_shared<detail::ContinuationGuard<T>>(std::move(state))) {}
 
     template <typename U = T>
-        requires(!std::is_void_v<U>)
-    bool resume(U value) const {
+    requires(!std::is_void_v<U>) bool resume(U value) const {
         return guard->state->complete(
             detail::ContinuationOutcome<T>(std::in_place_index<1>, std::move(value)));
     }
 
-    bool resume() const
-        requires std::is_void_v<T>
-    {
+    bool resume() const requires std::is_void_v<T> {
         return guard->state->complete(
             detail::ContinuationOutcome<T>(std::in_place_index<1>, StoredResult<T>{}));
     }

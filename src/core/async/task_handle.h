@@ -41,7 +41,9 @@ public:
     }
     bool isCancelled() const { return state && state->cancellation.isCancelled(); }
     bool isFinished() const { return state && state->finished; }
-    CancellationToken token() const { return state ? state->cancellation.token() : CancellationToken(); }
+    CancellationToken token() const {
+        return state ? state->cancellation.token() : CancellationToken();
+    }
 
     // Ends when the task ends, with its value or its error.
     QCoro::Task<T> result() const {

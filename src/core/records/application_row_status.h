@@ -19,10 +19,14 @@ enum class ApplicationRowStatus {
 };
 
 inline constexpr std::array allApplicationRowStatuses{
-    ApplicationRowStatus::managedByHomebrew,    ApplicationRowStatus::availableForAdoption,
-    ApplicationRowStatus::homebrewCask,         ApplicationRowStatus::customCask,
-    ApplicationRowStatus::excluded,             ApplicationRowStatus::updateRequiresAdmin,
-    ApplicationRowStatus::updateAvailable,      ApplicationRowStatus::managedByMacAppStore,
+    ApplicationRowStatus::managedByHomebrew,
+    ApplicationRowStatus::availableForAdoption,
+    ApplicationRowStatus::homebrewCask,
+    ApplicationRowStatus::customCask,
+    ApplicationRowStatus::excluded,
+    ApplicationRowStatus::updateRequiresAdmin,
+    ApplicationRowStatus::updateAvailable,
+    ApplicationRowStatus::managedByMacAppStore,
     ApplicationRowStatus::none,
 };
 

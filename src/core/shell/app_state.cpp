@@ -10,7 +10,9 @@ namespace {
 const QString appManagementKey = QStringLiteral("hasAppManagementPermission");
 const QString adminPasswordKey = QStringLiteral("hasAdminPasswordPermission");
 
-QString boolText(bool value) { return value ? QStringLiteral("true") : QStringLiteral("false"); }
+QString boolText(bool value) {
+    return value ? QStringLiteral("true") : QStringLiteral("false");
+}
 }  // namespace
 
 AppState::AppState(BrewService& brewService, Logger& logger, SettingsStore& settings)

@@ -1,0 +1,186 @@
+#include "core/records/application.h"
+#include "core/records/badge_display_mode.h"
+#include "core/records/brew_update.h"
+#include "core/records/theme.h"
+#include "core/records/update_state.h"
+
+#include <QSet>
+#include <QUuid>
+
+#include <gtest/gtest.h>
+
+using namespace tarnel;
+
+namespace {
+
+Cask caskNamed(const QString& token) {
+    Cask cask;
+    cask.id = QUuid::createUuid().toString(QUuid::WithoutBraces);
+    cask.name = token;
+    cask.version = QStringLiteral("1.0");
+    cask.rawVersion = cask.version;
+    return cask;
+}
+
+Application plainApplication() {
+    Application application;
+    application.id = QStringLiteral("A");
+    application.name = QStringLiteral("Foo");
+    application.displayName = QStringLiteral("Foo");
+    application.bundlePath = QStringLiteral("/Applications/Foo.app");
+    application.bundleIdentifier = QStringLiteral("com.example.foo");
+    application.bundleVersion = QStringLiteral("1");
+    application.shortVersion = QStringLiteral("1.0");
+    return application;
+}
+
+}  // namespace
+
+TEST(Application, ExcludedComesBeforeTheStoreInTheListStatus) {
+    Application application = plainApplication();
+    application.excluded = true;
+    application.masApp = MASApp{QStringLiteral("1"), QStringLiteral("Foo"), QStringLiteral("1.0")};
+    EXPECT_EQ(application.listStatus(), ApplicationRowStatus::excluded);
+}
+
+TEST(Application, TheStoreComesBeforeHomebrewInTheListStatus) {
+    Application application = plainApplication();
+    application.masApp = MASApp{QStringLiteral("1"), QStringLiteral("Foo"), QStringLiteral("1.0")};
+    application.alreadyAdopted = true;
+    application.adoptedCask = caskNamed(QStringLiteral("foo"));
+    EXPECT_EQ(application.listStatus(), ApplicationRowStatus::managedByMacAppStore);
+}
+
+TEST(Application, AnAdoptedApplicationIsManagedByHomebrew) {
+    Application application = plainApplication();
+    application.alreadyAdopted = true;
+    application.adoptedCask = caskNamed(QStringLiteral("foo"));
+    EXPECT_EQ(application.listStatus(), ApplicationRowStatus::managedByHomebrew);
+}
+
+TEST(Application, WithoutOptionsOrCaskTheStatusIsNone) {
+    EXPECT_EQ(plainApplication().listStatus(), ApplicationRowStatus::none);
+    EXPECT_TRUE(helpText(ApplicationRowStatus::none).isEmpty());
+}
+
+TEST(Application, WithOptionsItIsAvailableForAdoption) {
+    Application application = plainApplication();
+    application.caskOptions = {caskNamed(QStringLiteral("foo"))};
+    EXPECT_EQ(application.listStatus(), ApplicationRowStatus::availableForAdoption);
+    EXPECT_EQ(helpText(application.listStatus()), QStringLiteral("Available for adoption"));
+}
+
+TEST(Application, OneCaskOptionLeavesNoOtherOptions) {
+    Application application = plainApplication();
+    application.caskOptions = {caskNamed(QStringLiteral("foo"))};
+    EXPECT_TRUE(application.otherCaskOptions().isEmpty());
+}
+
+TEST(Application, OtherOptionsAreAllButTheFirst) {
+    Application application = plainApplication();
+    application.caskOptions = {caskNamed(QStringLiteral("foo")), caskNamed(QStringLiteral("bar")),
+                               caskNamed(QStringLiteral("baz"))};
+    const auto others = application.otherCaskOptions();
+    ASSERT_EQ(others.size(), 2);
+    EXPECT_EQ(others[0].name, QStringLiteral("bar"));
+    EXPECT_EQ(others[1].name, QStringLiteral("baz"));
+}
+
+TEST(Application, AnAdoptedCaskKeepsEveryOptionAsAnOtherOption) {
+    Application application = plainApplication();
+    application.adoptedCask = caskNamed(QStringLiteral("foo"));
+    application.caskOptions = {caskNamed(QStringLiteral("foo")), caskNamed(QStringLiteral("bar"))};
+    EXPECT_EQ(application.otherCaskOptions(), application.caskOptions);
+}
+
+TEST(Application, TwoRecordsOfOneBundleWithDifferentIdsAreUnequal) {
+    Application first = plainApplication();
+    Application second = first;
+    EXPECT_EQ(first, second);
+    EXPECT_EQ(qHash(first), qHash(second));
+    second.id = QStringLiteral("B");
+    EXPECT_NE(first, second);
+}
+
+TEST(Application, EqualityCoversEveryField) {
+    const Application base = plainApplication();
+    Application changed = base;
+    SparkleInfo feed;
+    feed.feedURL = QStringLiteral("https://example.com/feed.xml");
+    changed.sparkleInfo = feed;
+    EXPECT_NE(base, changed);
+    changed = base;
+    changed.excluded = true;
+    EXPECT_NE(base, changed);
+    changed = base;
+    changed.masApp = MASApp{};
+    EXPECT_NE(base, changed);
+}
+
+TEST(Cask, TwoValuesOfOneTokenFromTwoFetchesAreUnequal) {
+    const Cask first = caskNamed(QStringLiteral("firefox"));
+    const Cask second = caskNamed(QStringLiteral("firefox"));
+    EXPECT_EQ(first.name, second.name);
+    EXPECT_NE(first, second);
+}
+
+TEST(Cask, ZeroAndNegativeZeroConfidenceHashAlike) {
+    Cask positive = caskNamed(QStringLiteral("foo"));
+    positive.confidence = 0.0;
+    Cask negative = positive;
+    negative.confidence = -0.0;
+    EXPECT_EQ(positive, negative);
+    EXPECT_EQ(qHash(positive), qHash(negative));
+}
+
+TEST(Cask, HashesDifferWhenAFieldDiffers) {
+    Cask first = caskNamed(QStringLiteral("foo"));
+    Cask second = first;
+    second.uninstallPaths = {QStringLiteral("/Applications/Foo.app")};
+    QSet<Cask> set{first, second};
+    EXPECT_EQ(set.size(), 2);
+}
+
+TEST(InstallerType, RawValuesRoundTrip) {
+    for (const InstallerType type : allInstallerTypes) {
+        EXPECT_EQ(installerTypeFromRawValue(rawValue(type)), type);
+    }
+    EXPECT_EQ(rawValue(InstallerType::manual), QStringLiteral("manual"));
+    EXPECT_FALSE(installerTypeFromRawValue(QStringLiteral("zip")).has_value());
+}
+
+TEST(UpdateState, DownloadingComparesBothSizes) {
+    EXPECT_EQ(UpdateState::downloading(1, 10), UpdateState::downloading(1, 10));
+    EXPECT_NE(UpdateState::downloading(1, 10), UpdateState::downloading(1, 11));
+    EXPECT_NE(UpdateState::downloading(2, 10), UpdateState::downloading(1, 10));
+}
+
+TEST(UpdateState, ExtractingComparesProgressAndErrorComparesText) {
+    EXPECT_EQ(UpdateState::extracting(0.5), UpdateState::extracting(0.5));
+    EXPECT_NE(UpdateState::extracting(0.5), UpdateState::extracting(0.6));
+    EXPECT_EQ(UpdateState::error(QStringLiteral("x")), UpdateState::error(QStringLiteral("x")));
+    EXPECT_NE(UpdateState::error(QStringLiteral("x")), UpdateState::error(QStringLiteral("y")));
+    EXPECT_NE(UpdateState::installing(), UpdateState::completed());
+    EXPECT_EQ(UpdateState(), UpdateState::none());
+}
+
+TEST(Theme, RawValuesAreTheLabels) {
+    EXPECT_EQ(rawValue(Theme::system), QStringLiteral("Auto"));
+    EXPECT_EQ(themeFromRawValue(QStringLiteral("Dark")), Theme::dark);
+    EXPECT_FALSE(themeFromRawValue(QStringLiteral("dark")).has_value());
+}
+
+TEST(BadgeDisplayMode, AnyTextButUpdatesReadsAsTheDefault) {
+    EXPECT_EQ(badgeDisplayModeFromStoredValue(QStringLiteral("Updates")),
+              BadgeDisplayMode::updates);
+    EXPECT_EQ(badgeDisplayModeFromStoredValue(QStringLiteral("updates")),
+              BadgeDisplayMode::adoptionsAvailable);
+    EXPECT_EQ(badgeDisplayModeFromStoredValue(QString()), BadgeDisplayMode::adoptionsAvailable);
+    EXPECT_EQ(rawValue(BadgeDisplayMode::adoptionsAvailable), QStringLiteral("Casks (Default)"));
+}
+
+TEST(BrewUpdateType, ComparesByRawText) {
+    EXPECT_EQ(rawValue(BrewUpdate::UpdateType::bothUpdate), QStringLiteral("Both Update"));
+    EXPECT_EQ(updateTypeFromRawValue(QStringLiteral("App Update")),
+              BrewUpdate::UpdateType::appUpdate);
+}
