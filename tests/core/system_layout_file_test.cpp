@@ -1,0 +1,57 @@
+#include "core/system_layout_file.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+using namespace tarnel;
+
+TEST(SystemLayout, ProductionValuesAreTheRealMachines) {
+    const SystemLayout layout = SystemLayout::production();
+    EXPECT_EQ(layout.applicationsDirectory, QStringLiteral("/Applications"));
+    EXPECT_EQ(layout.brewCandidates,
+              (QStringList{u"/opt/homebrew/bin/brew"_qs, u"/usr/local/bin/brew"_qs}));
+    EXPECT_EQ(layout.masCandidates,
+              (QStringList{u"/opt/homebrew/bin/mas"_qs, u"/usr/local/bin/mas"_qs}));
+    EXPECT_EQ(layout.catalogueUrl.scheme(), QStringLiteral("https"));
+    EXPECT_EQ(layout.catalogueUrl.path(), QStringLiteral("/api/cask.json"));
+    EXPECT_TRUE(layout.extraTrustedCertificates.isEmpty());
+    EXPECT_TRUE(layout.settingsFile.isEmpty());
+}
+
+TEST(SystemLayoutFile, RoundTripsAndResolvesRelativePathsFromItsFolder) {
+    QTemporaryDir folder;
+    SystemLayout layout = SystemLayout::production();
+    layout.applicationsDirectory = QStringLiteral("Applications");
+    layout.brewCandidates = {QStringLiteral("bin/brew"), QStringLiteral("/nowhere/brew")};
+    layout.catalogueUrl = QUrl(QStringLiteral("https://127.0.0.1:4443/api/cask.json"));
+    layout.settingsFile = QStringLiteral("settings.json");
+    layout.preferredLanguages = {QStringLiteral("de-CH")};
+    const QString path = folder.filePath(QStringLiteral("layout.json"));
+    writeSystemLayoutFile(layout, path);
+
+    const SystemLayout read = readSystemLayoutFile(path);
+    EXPECT_EQ(read.applicationsDirectory, folder.filePath(QStringLiteral("Applications")));
+    EXPECT_EQ(read.brewCandidates,
+              (QStringList{folder.filePath(QStringLiteral("bin/brew")), u"/nowhere/brew"_qs}));
+    EXPECT_EQ(read.catalogueUrl, layout.catalogueUrl);
+    EXPECT_EQ(read.settingsFile, folder.filePath(QStringLiteral("settings.json")));
+    EXPECT_EQ(read.preferredLanguages, QStringList{QStringLiteral("de-CH")});
+}
+
+TEST(SystemLayoutFile, AMissingOrBrokenFileIsAClearError) {
+    QTemporaryDir folder;
+    EXPECT_THROW(readSystemLayoutFile(folder.filePath(QStringLiteral("absent.json"))),
+                 SystemLayoutFileError);
+    QFile broken(folder.filePath(QStringLiteral("broken.json")));
+    ASSERT_TRUE(broken.open(QIODevice::WriteOnly));
+    broken.write("[1, 2");
+    broken.close();
+    try {
+        readSystemLayoutFile(broken.fileName());
+        FAIL() << "no error";
+    } catch (const SystemLayoutFileError& error) {
+        EXPECT_NE(std::string(error.what()).find("broken.json"), std::string::npos);
+    }
+}
