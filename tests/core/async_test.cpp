@@ -82,6 +82,15 @@ TEST(TaskHandle, GivesTheBodysValueToEveryAwaiter) {
     EXPECT_EQ(await(handle.result()), 7);
 }
 
+TEST(TaskHandle, EveryAwaiterGetsItsOwnCopyOfTheValue) {
+    auto handle = TaskHandle<QString>::start([](CancellationToken) -> QCoro::Task<QString> {
+        co_await sleepFor(5ms);
+        co_return QStringLiteral("shared result");
+    });
+    EXPECT_EQ(await(handle.result()), QStringLiteral("shared result"));
+    EXPECT_EQ(await(handle.result()), QStringLiteral("shared result"));
+}
+
 TEST(TaskHandle, RethrowsTheBodysErrorToEveryAwaiter) {
     auto handle = TaskHandle<int>::start([](CancellationToken) -> QCoro::Task<int> {
         co_await sleepFor(10ms);

@@ -57,7 +57,9 @@ public:
             std::rethrow_exception(current->error);
         }
         if constexpr (!std::is_void_v<T>) {
-            co_return *current->value;
+            // A copy: returning the stored lvalue would move it out for
+            // everyone who awaits later.
+            co_return StoredResult<T>(*current->value);
         }
     }
 
