@@ -163,27 +163,14 @@ private:
     }
 
     QChar readEscape() {
+        static constexpr QStringView letters = u"abfnrtv";
+        static constexpr QStringView controls = u"\a\b\f\n\r\t\v";
         const QChar character = text[position++];
-        switch (character.unicode()) {
-            case u'a':
-                return QChar(u'\a');
-            case u'b':
-                return QChar(u'\b');
-            case u'f':
-                return QChar(u'\f');
-            case u'n':
-                return QChar(u'\n');
-            case u'r':
-                return QChar(u'\r');
-            case u't':
-                return QChar(u'\t');
-            case u'v':
-                return QChar(u'\v');
-            case u'U':
-            case u'u':
-                return readNumber(16, 4);
-            default:
-                break;
+        if (const qsizetype index = letters.indexOf(character); index >= 0) {
+            return controls[index];
+        }
+        if (character == u'U' || character == u'u') {
+            return readNumber(16, 4);
         }
         if (character >= u'0' && character <= u'7') {
             --position;

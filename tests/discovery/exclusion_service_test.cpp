@@ -32,6 +32,14 @@ class ExclusionService : public ::testing::Test {
 protected:
     QString settingsPath() const { return folder.filePath(QStringLiteral("settings.json")); }
 
+    void expectIncludedWithNothingLeft(const tarnel::ExclusionService& service) const {
+        EXPECT_TRUE(service.userExclusions().isEmpty());
+        EXPECT_EQ(settings.stringListValue(exclusionsKey), QStringList());
+        EXPECT_EQ(capture.lines(),
+                  (QStringList{QStringLiteral("[INFO] Saved 0 user exclusions"),
+                               QStringLiteral("[INFO] Included application: Maccy")}));
+    }
+
     QTemporaryDir folder;
     SettingsStore settings{settingsPath()};
     LogCapture capture;
@@ -111,10 +119,7 @@ TEST_F(ExclusionService, IncludesAndLogs) {
 
     service.includeApplication(maccy);
 
-    EXPECT_TRUE(service.userExclusions().isEmpty());
-    EXPECT_EQ(settings.stringListValue(exclusionsKey), QStringList());
-    EXPECT_EQ(capture.lines(), (QStringList{QStringLiteral("[INFO] Saved 0 user exclusions"),
-                                            QStringLiteral("[INFO] Included application: Maccy")}));
+    expectIncludedWithNothingLeft(service);
 }
 
 TEST_F(ExclusionService, IncludingAnApplicationNeverExcludedStillSavesAndLogs) {
@@ -123,10 +128,7 @@ TEST_F(ExclusionService, IncludingAnApplicationNeverExcludedStillSavesAndLogs) {
 
     service.includeApplication(maccy);
 
-    EXPECT_TRUE(service.userExclusions().isEmpty());
-    EXPECT_EQ(settings.stringListValue(exclusionsKey), QStringList());
-    EXPECT_EQ(capture.lines(), (QStringList{QStringLiteral("[INFO] Saved 0 user exclusions"),
-                                            QStringLiteral("[INFO] Included application: Maccy")}));
+    expectIncludedWithNothingLeft(service);
 }
 
 TEST_F(ExclusionService, LoadsAgainFromTheSettings) {

@@ -42,20 +42,24 @@ TestPropertyList& TestPropertyList::remove(const char* key) {
     return *this;
 }
 
-QByteArray TestPropertyList::xml() const {
+namespace {
+
+template <typename Write, typename Release>
+QByteArray serialized(plist_t root, Write write, Release release) {
     char* bytes = nullptr;
     uint32_t length = 0;
-    plist_to_xml(root.get(), &bytes, &length);
+    write(root, &bytes, &length);
     QByteArray result(bytes, length);
-    plist_to_xml_free(bytes);
+    release(bytes);
     return result;
 }
 
+}  // namespace
+
+QByteArray TestPropertyList::xml() const {
+    return serialized(root.get(), plist_to_xml, plist_to_xml_free);
+}
+
 QByteArray TestPropertyList::binary() const {
-    char* bytes = nullptr;
-    uint32_t length = 0;
-    plist_to_bin(root.get(), &bytes, &length);
-    QByteArray result(bytes, length);
-    plist_to_bin_free(bytes);
-    return result;
+    return serialized(root.get(), plist_to_bin, plist_to_bin_free);
 }
