@@ -142,6 +142,17 @@ TEST_F(ExclusionService, LoadsAgainFromTheSettings) {
     EXPECT_TRUE(capture.contains(LogLevel::info, QStringLiteral("Loaded 2 user exclusions")));
 }
 
+TEST_F(ExclusionService, HasNoUseForAHardCodedIdentifierAmongTheStoredOnes) {
+    settings.setStringList(exclusionsKey, {QStringLiteral("com.apple.Safari")});
+    const tarnel::ExclusionService service(logger, settings);
+
+    const auto result = applyExclusions(
+        {applicationWith(QStringLiteral("com.apple.Safari"), QStringLiteral("Safari"))},
+        service.hardCodedExclusions(), service.userExclusions());
+
+    EXPECT_TRUE(result.isEmpty());
+}
+
 TEST(ApplyExclusions, ExcludesBothCopiesOfOneApplication) {
     const QList<Application> applications{
         applicationWith(QStringLiteral("org.p0deje.Maccy"), QStringLiteral("Maccy"),
