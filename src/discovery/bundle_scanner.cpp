@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <optional>
 #include <system_error>
 #include <vector>
 

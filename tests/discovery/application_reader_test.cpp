@@ -8,11 +8,14 @@
 #include "support/test_paths.h"
 
 #include <QDir>
+#include <QFile>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtConcurrent/QtConcurrentMap>
 
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
 
 using namespace tarnel;
 
@@ -204,6 +207,16 @@ TEST_F(ApplicationReader, WarnsWhenInfoPlistIsAFolder) {
     EXPECT_FALSE(read(workshop.pathOf(QStringLiteral("Odd.app"))));
     EXPECT_TRUE(capture.contains(LogLevel::warning,
                                  QStringLiteral("Failed to read Info.plist for Odd.app")));
+}
+
+TEST_F(ApplicationReader, WarnsWithoutWaitingWhenInfoPlistIsAPipe) {
+    const QString contents = workshop.addFolder(QStringLiteral("Piped.app/Contents"));
+    ASSERT_EQ(mkfifo(QFile::encodeName(contents + QStringLiteral("/Info.plist")).constData(), 0644),
+              0);
+
+    EXPECT_FALSE(read(workshop.pathOf(QStringLiteral("Piped.app"))));
+    EXPECT_TRUE(capture.contains(LogLevel::warning,
+                                 QStringLiteral("Failed to read Info.plist for Piped.app")));
 }
 
 TEST_F(ApplicationReader, WarnsWhenTheBundleNameIsNotUtf8) {
