@@ -1,0 +1,48 @@
+#include "platform/plain_file_reader.h"
+
+#include "platform/file_descriptor.h"
+
+#include <QFile>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace tarnel {
+
+std::variant<QByteArray, FileReadFailure> readPlainFileAt(int folderDescriptor,
+                                                          const QByteArray& nativePath) {
+    // Without blocking, so that opening a pipe does not wait for a writer.
+    const FileDescriptor file(
+        openat(folderDescriptor, nativePath.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status {};
+    if (!file.isValid()) {
+        const bool exists = fstatat(folderDescriptor, nativePath.constData(), &status, 0) == 0;
+        return exists ? FileReadFailure::unreadable : FileReadFailure::missing;
+    }
+    if (fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return FileReadFailure::unreadable;
+    }
+    QByteArray contents;
+    contents.reserve(status.st_size);
+    char buffer[16384];
+    for (;;) {
+        const ssize_t count = read(file.get(), buffer, sizeof buffer);
+        if (count == 0) {
+            return contents;
+        }
+        if (count > 0) {
+            contents.append(buffer, count);
+        } else if (errno != EINTR) {
+            return FileReadFailure::unreadable;
+        }
+    }
+}
+
+std::variant<QByteArray, FileReadFailure> readPlainFile(const QString& path) {
+    return readPlainFileAt(AT_FDCWD, QFile::encodeName(path));
+}
+
+}  // namespace tarnel

@@ -1,0 +1,272 @@
+#include "support/await.h"
+#include "support/test_paths.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <qcoro/qcoroprocess.h>
+
+#include <cstdio>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+struct ProcessResult {
+    int exitCode = -1;
+    QByteArray output;
+    QByteArray errors;
+};
+
+QCoro::Task<ProcessResult> runProcess(QString program, QStringList arguments, QString home) {
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    // The program opens the user's settings; keep them inside the test's folder.
+    environment.insert(QStringLiteral("HOME"), home);
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/config"));
+    process.setProcessEnvironment(environment);
+    co_await qCoro(process).start(program, arguments);
+    co_await qCoro(process).waitForFinished(-1);
+    co_return ProcessResult{process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+                            process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+// A temporary copy of the real bundles in the shared fixtures.
+class ScanBundlesCommand : public ::testing::Test {
+protected:
+    void SetUp() override {
+        const auto copy = await(runProcess(
+            QStringLiteral("cp"),
+            {QStringLiteral("-R"), fixturesDir() + QStringLiteral("/bundles"), applications()},
+            folder.path()));
+        ASSERT_EQ(copy.exitCode, 0) << copy.errors.toStdString();
+    }
+
+    QString applications() const { return folder.filePath(QStringLiteral("Applications")); }
+
+    ProcessResult scan(QStringList options) const {
+        return await(runProcess(toolPath(QStringLiteral("tarnel-cli")),
+                                QStringList{QStringLiteral("scan-bundles")} + options,
+                                folder.path()));
+    }
+
+    QJsonArray scanJson(QStringList options = {}) const {
+        const auto result = scan(QStringList{QStringLiteral("--applications"), applications(),
+                                             QStringLiteral("--json")} +
+                                 options);
+        EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();
+        QJsonParseError error;
+        const QJsonDocument document = QJsonDocument::fromJson(result.output, &error);
+        EXPECT_EQ(error.error, QJsonParseError::NoError) << error.errorString().toStdString();
+        EXPECT_TRUE(document.isArray());
+        return document.array();
+    }
+
+    QJsonObject record(const QJsonArray& records, const QString& name) const {
+        for (const QJsonValue& value : records) {
+            if (value[QStringLiteral("name")] == name) {
+                return value.toObject();
+            }
+        }
+        ADD_FAILURE() << "no record for " << name.toStdString();
+        return {};
+    }
+
+    QTemporaryDir folder;
+};
+
+QStringList fixtureNames() {
+    QStringList names;
+    const QDir fixtures(fixturesDir() + QStringLiteral("/bundles"));
+    for (const QString& fileName : fixtures.entryList({QStringLiteral("*.app")}, QDir::Dirs)) {
+        names.append(fileName.chopped(4));
+    }
+    // The scan sorts each listing by the bytes of the names.
+    names.sort(Qt::CaseSensitive);
+    return names;
+}
+
+}  // namespace
+
+TEST_F(ScanBundlesCommand, PrintsEveryFixtureBundleAsAJsonRecord) {
+    const QJsonArray records = scanJson();
+
+    QStringList names;
+    for (const QJsonValue& value : records) {
+        names.append(value[QStringLiteral("name")].toString());
+    }
+    EXPECT_EQ(names.join(u','), fixtureNames().join(u','));
+}
+
+TEST_F(ScanBundlesCommand, NamesEachJsonFieldAfterTheRecord) {
+    const QStringList expected{QStringLiteral("bundleIdentifier"),
+                               QStringLiteral("bundlePath"),
+                               QStringLiteral("bundleVersion"),
+                               QStringLiteral("displayName"),
+                               QStringLiteral("id"),
+                               QStringLiteral("name"),
+                               QStringLiteral("shortVersion"),
+                               QStringLiteral("sparkleInfo")};
+    for (const QJsonValue& value : scanJson()) {
+        EXPECT_EQ(value.toObject().keys(), expected);
+    }
+}
+
+TEST_F(ScanBundlesCommand, GivesTheFactsOfABundleWithAFeedAndKey) {
+    const QJsonObject ice = record(scanJson(), QStringLiteral("Ice"));
+
+    EXPECT_EQ(ice[QStringLiteral("displayName")], QStringLiteral("Ice"));
+    EXPECT_EQ(ice[QStringLiteral("bundlePath")], applications() + QStringLiteral("/Ice.app"));
+    EXPECT_EQ(ice[QStringLiteral("bundleIdentifier")], QStringLiteral("com.jordanbaird.Ice"));
+    EXPECT_EQ(ice[QStringLiteral("bundleVersion")], QStringLiteral("1112"));
+    EXPECT_EQ(ice[QStringLiteral("shortVersion")], QStringLiteral("0.11.12"));
+    EXPECT_EQ(
+        ice[QStringLiteral("sparkleInfo")].toObject(),
+        (QJsonObject{{QStringLiteral("feedURL"),
+                      QStringLiteral("https://jordanbaird.github.io/ice-releases/appcast.xml")},
+                     {QStringLiteral("publicKey"),
+                      QStringLiteral("3nfIGMOD8DALPE8vIdFo2tUOIVc2MVbzhc+2J9JLn+Q=")},
+                     {QStringLiteral("automaticallyUpdate"), false}}));
+}
+
+TEST_F(ScanBundlesCommand, GivesANullKeyForAFeedWithoutOne) {
+    const QJsonObject amethyst = record(scanJson(), QStringLiteral("Amethyst"));
+
+    EXPECT_TRUE(amethyst[QStringLiteral("sparkleInfo")][QStringLiteral("publicKey")].isNull());
+}
+
+TEST_F(ScanBundlesCommand, GivesNullSparkleInfoWithoutAFeed) {
+    const QJsonObject codeEdit = record(scanJson(), QStringLiteral("CodeEdit"));
+
+    EXPECT_TRUE(codeEdit[QStringLiteral("sparkleInfo")].isNull());
+}
+
+TEST_F(ScanBundlesCommand, GivesEachRecordItsOwnUppercaseUuid) {
+    static const QRegularExpression uuid(
+        QStringLiteral("^[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}$"));
+    QSet<QString> ids;
+    const QJsonArray records = scanJson();
+    for (const QJsonValue& value : records) {
+        const QString id = value[QStringLiteral("id")].toString();
+        EXPECT_TRUE(uuid.match(id).hasMatch()) << id.toStdString();
+        ids.insert(id);
+    }
+    EXPECT_EQ(ids.size(), records.size());
+}
+
+TEST_F(ScanBundlesCommand, PrintsATableByDefault) {
+    const auto result = scan({QStringLiteral("--applications"), applications()});
+
+    EXPECT_EQ(result.exitCode, 0);
+    const QStringList lines = QString::fromUtf8(result.output).split(u'\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(lines.size(), fixtureNames().size() + 1);
+    EXPECT_TRUE(lines.front().startsWith(QStringLiteral("Name ")));
+    EXPECT_TRUE(lines.front().contains(QStringLiteral("Sparkle key")));
+    const QString iceLine = lines.filter(QStringLiteral("com.jordanbaird.Ice")).value(0);
+    EXPECT_TRUE(iceLine.contains(QStringLiteral("3nfIGMOD8DALPE8vIdFo2tUOIVc2MVbzhc+2J9JLn+Q=")));
+    EXPECT_TRUE(result.errors.isEmpty());
+}
+
+TEST_F(ScanBundlesCommand, KeepsLogLinesOffStandardErrorWithoutVerbose) {
+    QDir().mkpath(applications() + QStringLiteral("/Broken.app/Contents"));
+
+    const auto result =
+        scan({QStringLiteral("--applications"), applications(), QStringLiteral("--json")});
+
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_TRUE(result.errors.isEmpty()) << result.errors.toStdString();
+}
+
+TEST_F(ScanBundlesCommand, WritesLogLinesToStandardErrorWhenVerbose) {
+    QDir().mkpath(applications() + QStringLiteral("/Broken.app/Contents"));
+
+    const auto result = scan({QStringLiteral("--applications"), applications(),
+                              QStringLiteral("--json"), QStringLiteral("--verbose")});
+
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.errors,
+              QStringLiteral("[WARNING] No Info.plist found at %1/Broken.app/Contents/Info.plist\n")
+                  .arg(applications())
+                  .toUtf8());
+    EXPECT_EQ(QJsonDocument::fromJson(result.output).array().size(), fixtureNames().size());
+}
+
+TEST_F(ScanBundlesCommand, SkipsABundleWhoseNameIsNotUtf8AndReadsTheRest) {
+    const QByteArray bundle = QFile::encodeName(applications()) + "/Caf\xe9.app";
+    ASSERT_EQ(mkdir(bundle.constData(), 0755), 0);
+    ASSERT_EQ(mkdir((bundle + "/Contents").constData(), 0755), 0);
+    QFile fixture(fixturesDir() + QStringLiteral("/bundles/Ice.app/Contents/Info.plist"));
+    ASSERT_TRUE(fixture.open(QIODevice::ReadOnly));
+    const QByteArray infoPlist = fixture.readAll();
+    std::FILE* file = std::fopen((bundle + "/Contents/Info.plist").constData(), "wb");
+    ASSERT_TRUE(file);
+    std::fwrite(infoPlist.constData(), 1, infoPlist.size(), file);
+    std::fclose(file);
+
+    const QJsonArray records = scanJson();
+
+    EXPECT_EQ(records.size(), fixtureNames().size());
+    // The temporary folder cannot remove what a QString cannot name.
+    unlink((bundle + "/Contents/Info.plist").constData());
+    rmdir((bundle + "/Contents").constData());
+    rmdir(bundle.constData());
+}
+
+TEST_F(ScanBundlesCommand, FailsWithAMessageWhenTheFolderIsMissing) {
+    const QString missing = folder.filePath(QStringLiteral("Missing"));
+
+    const auto result = scan({QStringLiteral("--applications"), missing, QStringLiteral("--json")});
+
+    EXPECT_NE(result.exitCode, 0);
+    EXPECT_TRUE(result.output.isEmpty());
+    EXPECT_EQ(result.errors, QStringLiteral("tarnel-cli scan-bundles: cannot read the applications "
+                                            "folder %1: No such file or directory\n")
+                                 .arg(missing)
+                                 .toUtf8());
+}
+
+// Tests run as root, for whom permissions stop no listing: a link that loops
+// is a folder that cannot be listed.
+TEST_F(ScanBundlesCommand, FailsWithAMessageWhenTheFolderCannotBeListed) {
+    const QString loop = folder.filePath(QStringLiteral("Loop"));
+    ASSERT_TRUE(QFile::link(loop, loop));
+
+    const auto result = scan({QStringLiteral("--applications"), loop});
+
+    EXPECT_NE(result.exitCode, 0);
+    EXPECT_TRUE(result.output.isEmpty());
+    EXPECT_TRUE(result.errors.contains("Too many levels of symbolic links"))
+        << result.errors.toStdString();
+}
+
+TEST_F(ScanBundlesCommand, RejectsAnUnknownOption) {
+    const auto result = scan({QStringLiteral("--bogus")});
+
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_TRUE(result.output.isEmpty());
+    EXPECT_TRUE(result.errors.contains("bogus"));
+}
+
+TEST_F(ScanBundlesCommand, RejectsAnArgumentThatIsNoOption) {
+    const auto result = scan({QStringLiteral("extra")});
+
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_TRUE(result.errors.contains("extra"));
+}
+
+TEST(TarnelCli, PrintsUsageAndFailsWithoutACommand) {
+    QTemporaryDir home;
+    const auto result = await(runProcess(toolPath(QStringLiteral("tarnel-cli")), {}, home.path()));
+
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_TRUE(result.errors.startsWith("Usage: tarnel-cli"));
+}
