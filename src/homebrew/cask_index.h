@@ -32,27 +32,38 @@ public:
     const QList<LoweredToken>& loweredTokens() const { return lowered; }
 
     // Key: the lower-cased token; a later cask with the same key wins.
-    const QHash<QString, const Cask*>& caskNameLookup() const { return caskNames; }
-    // Key: `normaliseCaskKey` of a lower-cased token or official name. A cask
-    // whose token and official name meet under one key stands there twice.
-    const QHash<QString, QList<const Cask*>>& transformedNameLookup() const {
-        return transformedNames;
-    }
-    // Key: a lower-cased official name.
-    const QHash<QString, QList<const Cask*>>& officialNameLookup() const { return officialNames; }
+    const Cask* caskNameLookup(const QString& key) const;
+    // Key: `normaliseCaskKey` of a lower-cased token or official name, in
+    // catalogue order. A cask whose token and official name meet under one
+    // key stands there twice.
+    const QList<const Cask*>& transformedNameLookup(const QString& key) const;
+    // Key: a lower-cased official name, in catalogue order.
+    const QList<const Cask*>& officialNameLookup(const QString& key) const;
+    // How many keys the three lookups hold between them.
+    qsizetype lookupKeyCount() const { return names.size(); }
 
     // The first cask whose token equals `token` exactly, case included.
     const Cask* firstCaskWithToken(const QString& token) const;
 
 private:
+    // The three lookups share their keys: "firefox" is a token, an official
+    // name lower-cased and the key of both, so one entry serves all of them.
+    struct NameEntry {
+        const Cask* caskNamed = nullptr;
+        // The first cask whose token is exactly the key.
+        const Cask* firstWithToken = nullptr;
+        QList<const Cask*> withOfficialName;
+        QList<const Cask*> withTransformedName;
+    };
+
     void buildCaskLookups();
+    const NameEntry* entry(const QString& key) const;
 
     const QList<Cask> catalogue;
     QList<LoweredToken> lowered;
-    QHash<QString, const Cask*> caskNames;
-    QHash<QString, QList<const Cask*>> transformedNames;
-    QHash<QString, QList<const Cask*>> officialNames;
-    QHash<QString, const Cask*> firstByToken;
+    QHash<QString, NameEntry> names;
+    // Tokens that are not their own lower-case form have no entry of their own.
+    QHash<QString, const Cask*> firstWithMixedCaseToken;
 };
 
 }  // namespace tarnel

@@ -50,24 +50,14 @@ private:
     QList<const Cask*> ordered;
 };
 
-template <typename Map>
-void addLookup(CandidateSet& candidates, const Map& lookup, const QString& key) {
-    if (const auto found = lookup.constFind(key); found != lookup.constEnd()) {
-        candidates.add(*found);
-    }
-}
-
 QList<const Cask*> candidatesFor(const CaskMatchSubject& subject, const CaskIndex& index) {
     CandidateSet candidates;
-    for (const QString* name : {&subject.lowerName, &subject.lowerDisplay}) {
-        addLookup(candidates, index.caskNameLookup(), *name);
-    }
-    for (const QString* name : {&subject.lowerName, &subject.lowerDisplay}) {
-        addLookup(candidates, index.officialNameLookup(), *name);
-    }
-    for (const QString* key : {&subject.normName, &subject.normDisplay}) {
-        addLookup(candidates, index.transformedNameLookup(), *key);
-    }
+    candidates.add(index.caskNameLookup(subject.lowerName));
+    candidates.add(index.caskNameLookup(subject.lowerDisplay));
+    candidates.add(index.officialNameLookup(subject.lowerName));
+    candidates.add(index.officialNameLookup(subject.lowerDisplay));
+    candidates.add(index.transformedNameLookup(subject.normName));
+    candidates.add(index.transformedNameLookup(subject.normDisplay));
     // Short application names make the substring test false for every cask.
     if (!subject.hasContainableNames) {
         return candidates.takeList();

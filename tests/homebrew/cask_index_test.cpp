@@ -44,16 +44,17 @@ TEST(CaskIndex, EmptyCatalogueGivesEmptyLookups) {
     const CaskIndex index(parseCaskCatalogue("[]", false));
     EXPECT_TRUE(index.casks().isEmpty());
     EXPECT_TRUE(index.loweredTokens().isEmpty());
-    EXPECT_TRUE(index.caskNameLookup().isEmpty());
-    EXPECT_TRUE(index.transformedNameLookup().isEmpty());
-    EXPECT_TRUE(index.officialNameLookup().isEmpty());
+    EXPECT_EQ(index.lookupKeyCount(), 0);
+    EXPECT_EQ(index.caskNameLookup(u"anything"_s), nullptr);
+    EXPECT_TRUE(index.transformedNameLookup(u"anything"_s).isEmpty());
+    EXPECT_TRUE(index.officialNameLookup(u"anything"_s).isEmpty());
     EXPECT_EQ(index.firstCaskWithToken(u"anything"_s), nullptr);
 }
 
 TEST(CaskIndex, DefaultIndexIsEmpty) {
     const CaskIndex index;
     EXPECT_TRUE(index.casks().isEmpty());
-    EXPECT_TRUE(index.caskNameLookup().isEmpty());
+    EXPECT_EQ(index.lookupKeyCount(), 0);
 }
 
 TEST(CaskIndex, KeepsTheCatalogueOrder) {
@@ -65,15 +66,15 @@ TEST(CaskIndex, KeepsTheCatalogueOrder) {
 
 TEST(CaskIndex, FilesEachCaskUnderItsLowerCasedToken) {
     const CaskIndex index({cask(u"Firefox"_s)});
-    ASSERT_TRUE(index.caskNameLookup().contains(u"firefox"_s));
-    EXPECT_EQ(index.caskNameLookup().value(u"firefox"_s)->name, u"Firefox"_s);
-    EXPECT_FALSE(index.caskNameLookup().contains(u"Firefox"_s));
+    ASSERT_NE(index.caskNameLookup(u"firefox"_s), nullptr);
+    EXPECT_EQ(index.caskNameLookup(u"firefox"_s)->name, u"Firefox"_s);
+    EXPECT_EQ(index.caskNameLookup(u"Firefox"_s), nullptr);
 }
 
 TEST(CaskIndex, LaterCaskWithTheSameLowerCasedTokenWinsTheNameLookup) {
     const CaskIndex index({cask(u"Foo"_s), cask(u"foo"_s)});
-    EXPECT_EQ(index.caskNameLookup().size(), 1);
-    EXPECT_EQ(index.caskNameLookup().value(u"foo"_s), &index.casks()[1]);
+    EXPECT_EQ(index.lookupKeyCount(), 1);
+    EXPECT_EQ(index.caskNameLookup(u"foo"_s), &index.casks()[1]);
 }
 
 TEST(CaskIndex, FindsTheFirstCaskWithATokenExactlyCaseIncluded) {
@@ -83,30 +84,47 @@ TEST(CaskIndex, FindsTheFirstCaskWithATokenExactlyCaseIncluded) {
     EXPECT_EQ(index.firstCaskWithToken(u"FOO"_s), nullptr);
 }
 
+TEST(CaskIndex, FindsTheFirstOfSeveralMixedCaseTokens) {
+    const CaskIndex index({cask(u"Foo"_s), cask(u"foo"_s), cask(u"Foo"_s)});
+    EXPECT_EQ(index.firstCaskWithToken(u"Foo"_s), &index.casks()[0]);
+    EXPECT_EQ(index.firstCaskWithToken(u"foo"_s), &index.casks()[1]);
+}
+
+TEST(CaskIndex, KeepsTheLookupsApartUnderOneKey) {
+    // "foo" is one cask's token and another's official name.
+    const CaskIndex index({cask(u"foo"_s), cask(u"bar"_s, {u"Foo"_s})});
+    EXPECT_EQ(index.caskNameLookup(u"foo"_s)->name, u"foo"_s);
+    EXPECT_EQ(tokensOf(index.officialNameLookup(u"foo"_s)), QStringList{u"bar"_s});
+    EXPECT_EQ(tokensOf(index.transformedNameLookup(u"foo"_s)), (QStringList{u"foo"_s, u"bar"_s}));
+    EXPECT_EQ(index.caskNameLookup(u"bar"_s)->name, u"bar"_s);
+    EXPECT_TRUE(index.officialNameLookup(u"bar"_s).isEmpty());
+}
+
 TEST(CaskIndex, FilesOfficialNamesLowerCased) {
     const CaskIndex index({cask(u"vscode"_s, {u"Visual Studio Code"_s, u"VS Code"_s})});
-    EXPECT_EQ(tokensOf(index.officialNameLookup().value(u"visual studio code"_s)),
+    EXPECT_EQ(tokensOf(index.officialNameLookup(u"visual studio code"_s)),
               QStringList{u"vscode"_s});
-    EXPECT_EQ(tokensOf(index.officialNameLookup().value(u"vs code"_s)), QStringList{u"vscode"_s});
-    EXPECT_FALSE(index.officialNameLookup().contains(u"VS Code"_s));
+    EXPECT_EQ(tokensOf(index.officialNameLookup(u"vs code"_s)), QStringList{u"vscode"_s});
+    EXPECT_TRUE(index.officialNameLookup(u"VS Code"_s).isEmpty());
 }
 
 TEST(CaskIndex, FilesTokenAndOfficialNamesUnderTheirNormalisedKeys) {
     const CaskIndex index({cask(u"vscode"_s, {u"Visual Studio Code"_s})});
-    EXPECT_TRUE(index.transformedNameLookup().contains(u"vscode"_s));
-    EXPECT_TRUE(index.transformedNameLookup().contains(u"visual-studio-code"_s));
+    EXPECT_EQ(tokensOf(index.transformedNameLookup(u"vscode"_s)), QStringList{u"vscode"_s});
+    EXPECT_EQ(tokensOf(index.transformedNameLookup(u"visual-studio-code"_s)),
+              QStringList{u"vscode"_s});
 }
 
 TEST(CaskIndex, AppendsEveryCaskUnderASharedKeyInOrder) {
     const CaskIndex index(
         {cask(u"aerial"_s, {u"Aerial"_s}), cask(u"aerial@beta"_s, {u"Aerial"_s})});
-    EXPECT_EQ(tokensOf(index.officialNameLookup().value(u"aerial"_s)),
+    EXPECT_EQ(tokensOf(index.officialNameLookup(u"aerial"_s)),
               (QStringList{u"aerial"_s, u"aerial@beta"_s}));
 }
 
 TEST(CaskIndex, CaskWhoseTokenAndOfficialNameMeetStandsTwiceUnderTheKey) {
     const CaskIndex index({cask(u"sublime-text"_s, {u"Sublime Text"_s})});
-    EXPECT_EQ(tokensOf(index.transformedNameLookup().value(u"sublime-text"_s)),
+    EXPECT_EQ(tokensOf(index.transformedNameLookup(u"sublime-text"_s)),
               (QStringList{u"sublime-text"_s, u"sublime-text"_s}));
 }
 
@@ -129,10 +147,13 @@ TEST(CaskIndex, CopiesOfItsCasksShareTheirLists) {
 TEST(CaskIndex, IndexesTheSharedCatalogue) {
     const auto index = catalogueIndex();
     EXPECT_EQ(index->casks().size(), 4010);
-    EXPECT_EQ(index->caskNameLookup().size(), 4010);
+    for (const Cask& entry : index->casks()) {
+        ASSERT_EQ(index->caskNameLookup(entry.name.toLower()), &entry);
+        ASSERT_EQ(index->firstCaskWithToken(entry.name), &entry);
+    }
     EXPECT_EQ(index->firstCaskWithToken(u"visual-studio-code"_s)->name, u"visual-studio-code"_s);
-    EXPECT_EQ(tokensOf(index->officialNameLookup().value(u"vs code"_s)),
+    EXPECT_EQ(tokensOf(index->officialNameLookup(u"vs code"_s)),
               QStringList{u"visual-studio-code"_s});
-    EXPECT_TRUE(tokensOf(index->transformedNameLookup().value(u"microsoft-visual-studio-code"_s))
+    EXPECT_TRUE(tokensOf(index->transformedNameLookup(u"microsoft-visual-studio-code"_s))
                     .contains(u"visual-studio-code"_s));
 }
