@@ -9,9 +9,11 @@
 #include "support/log_capture.h"
 
 #include <QTemporaryDir>
-#include <QtConcurrent/QtConcurrentMap>
 
 #include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
 
 using namespace tarnel;
 using namespace Qt::StringLiterals;
@@ -442,19 +444,32 @@ TEST_F(CaskMatching, FallbackSearchFindingNothingLogsNothing) {
 }
 
 TEST_F(CaskMatching, MatchesManyApplicationsAtOnceAgainstOneSnapshot) {
-    const auto index = catalogueIndex();
-    QStringList names =
+    const std::shared_ptr<const CaskIndex> index = catalogueIndex();
+    const QStringList names =
         QString::fromUtf8(readCatalogueData(u"app-names.txt"_s)).split(u'\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(names.size(), 300);
+    const auto match = [&](const QString& name) {
+        return tokensOf(findCaskOptions(installedApplication(name), *index, home, logger));
+    };
     QList<QStringList> serial;
     for (const QString& name : names) {
-        serial.append(tokensOf(findCaskOptions(installedApplication(name), *index, home, logger)));
+        serial.append(match(name));
     }
-    const QList<QStringList> parallel =
-        QtConcurrent::blockingMapped(names, [&](const QString& name) {
-            return tokensOf(findCaskOptions(installedApplication(name), *index, home, logger));
+    // Four threads read the one snapshot, each matching every fourth name.
+    constexpr int threadCount = 4;
+    std::vector<QStringList> parallel(static_cast<size_t>(names.size()));
+    std::vector<std::thread> threads;
+    for (int first = 0; first < threadCount; ++first) {
+        threads.emplace_back([&, first] {
+            for (qsizetype position = first; position < names.size(); position += threadCount) {
+                parallel[static_cast<size_t>(position)] = match(names[position]);
+            }
         });
-    EXPECT_EQ(parallel, serial);
-    EXPECT_EQ(names.size(), 300);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(QList<QStringList>(parallel.begin(), parallel.end()), serial);
 }
 
 TEST(RankCaskOptions, NearTieGoesToThePlainTokenWhichKeepsItsScore) {
