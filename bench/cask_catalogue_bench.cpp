@@ -98,7 +98,8 @@ void simdjsonDomParse(benchmark::State& state) {
 void parseMapAndIndex(benchmark::State& state) {
     const QByteArray& bytes = catalogue(static_cast<int>(state.range(0)));
     for (auto _ : state) {
-        auto index = std::make_shared<const CaskIndex>(parseCaskCatalogue(bytes, false));
+        auto index = std::make_shared<const CaskIndex>(
+            parseCaskCatalogue(bytes, false, QStringLiteral("/Applications")));
         benchmark::DoNotOptimize(index);
         // Freeing a snapshot is no part of loading the next one.
         state.PauseTiming();
@@ -136,7 +137,8 @@ MemoryUse memoryUse() {
 void reportIndexMemory(int which, const char* label) {
     const QByteArray& bytes = catalogue(which);
     const MemoryUse before = memoryUse();
-    const auto index = std::make_shared<const CaskIndex>(parseCaskCatalogue(bytes, false));
+    const auto index = std::make_shared<const CaskIndex>(
+        parseCaskCatalogue(bytes, false, QStringLiteral("/Applications")));
     const MemoryUse after = memoryUse();
     std::printf(
         "%s: %lld casks from %.1f MiB; index resident delta %.1f MiB, heap delta %.1f MiB\n", label,

@@ -38,8 +38,8 @@ struct Workload {
 const Workload& workload() {
     static const Workload loaded = [] {
         Workload result;
-        result.index = std::make_shared<const CaskIndex>(
-            parseCaskCatalogue(readShared("catalogue.json"), false));
+        result.index = std::make_shared<const CaskIndex>(parseCaskCatalogue(
+            readShared("catalogue.json"), false, QStringLiteral("/Applications")));
         for (const QString& name :
              QString::fromUtf8(readShared("app-names.txt")).split(u'\n', Qt::SkipEmptyParts)) {
             Application application;
@@ -58,7 +58,7 @@ const Workload& workload() {
     return loaded;
 }
 
-const QString homeDirectory = QStringLiteral("/Users/bench");
+const CaskLocations locations{QStringLiteral("/Applications"), QStringLiteral("/Users/bench")};
 
 void perApplication(benchmark::State& state) {
     state.counters["per application"] = benchmark::Counter(
@@ -92,9 +92,9 @@ void optionsAndInstalledCask(benchmark::State& state) {
         withOptions = 0;
         for (const Application& application : work.applications) {
             const QList<Cask> options =
-                findCaskOptions(application, *work.index, homeDirectory, logger);
+                findCaskOptions(application, *work.index, locations, logger);
             const auto installed =
-                findInstalledCask(application, work.installedTokens, *work.index, homeDirectory);
+                findInstalledCask(application, work.installedTokens, *work.index, locations);
             withOptions += options.isEmpty() ? 0 : 1;
             benchmark::DoNotOptimize(installed);
         }

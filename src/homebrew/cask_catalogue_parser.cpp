@@ -114,12 +114,13 @@ void readInstallerStanza(const array& entries, ArtifactReading& reading) {
     }
 }
 
-void readAppStanza(const element& value, ArtifactReading& reading) {
+void readAppStanza(const element& value, const QString& applicationsFolder,
+                   ArtifactReading& reading) {
     if (const auto names = arrayOfStrings(value)) {
         for (const element name : *names) {
             reading.installers.append(
                 {InstallerType::app,
-                 QStringLiteral("/Applications/") + toQString(name.get_string().value_unsafe())});
+                 applicationsFolder + u'/' + toQString(name.get_string().value_unsafe())});
         }
     }
     array entries;
@@ -156,7 +157,7 @@ void readUninstallStanza(const array& directives, ArtifactReading& reading) {
     }
 }
 
-ArtifactReading readArtifacts(const array& artifacts) {
+ArtifactReading readArtifacts(const array& artifacts, const QString& applicationsFolder) {
     ArtifactReading reading;
     for (const element entry : artifacts) {
         const object artifact = entry.get_object().value_unsafe();
@@ -166,7 +167,7 @@ ArtifactReading readArtifacts(const array& artifacts) {
             readInstallerStanza(*installer, reading);
         }
         if (const auto app = field(artifact, "app"sv)) {
-            readAppStanza(*app, reading);
+            readAppStanza(*app, applicationsFolder, reading);
         }
         if (const auto uninstall = arrayOfObjects(field(artifact, "uninstall"sv))) {
             readUninstallStanza(*uninstall, reading);
@@ -280,22 +281,30 @@ CaskFields collectFields(const object& source) {
     return fields;
 }
 
-std::optional<Cask> mapCask(const object& source, bool includeDeprecated, CaskIdSource& ids) {
+// What every cask of one parse shares.
+struct ParseContext {
+    bool includeDeprecated = false;
+    QString applicationsFolder;
+    CaskIdSource ids;
+};
+
+std::optional<Cask> mapCask(const object& source, ParseContext& context) {
     const CaskFields fields = collectFields(source);
     const auto token = stringIn(fields.token);
     const auto version = stringIn(fields.version);
     if (!token || !version) {
         return std::nullopt;
     }
-    if (!includeDeprecated && (isTrue(fields.deprecated) || isTrue(fields.disabled))) {
+    if (!context.includeDeprecated && (isTrue(fields.deprecated) || isTrue(fields.disabled))) {
         return std::nullopt;
     }
 
     const auto artifacts = arrayOfObjects(fields.artifacts);
-    ArtifactReading reading = artifacts ? readArtifacts(*artifacts) : ArtifactReading{};
+    ArtifactReading reading =
+        artifacts ? readArtifacts(*artifacts, context.applicationsFolder) : ArtifactReading{};
 
     Cask cask;
-    cask.id = ids.next();
+    cask.id = context.ids.next();
     cask.name = toQString(*token);
     cask.homepage = qStringIn(fields.homepage);
     cask.description = qStringIn(fields.description);
@@ -314,12 +323,14 @@ std::optional<Cask> mapCask(const object& source, bool includeDeprecated, CaskId
 
 }  // namespace
 
-std::optional<Cask> parseCask(const object& source, bool includeDeprecated) {
-    CaskIdSource ids;
-    return mapCask(source, includeDeprecated, ids);
+std::optional<Cask> parseCask(const object& source, bool includeDeprecated,
+                              const QString& applicationsDirectory) {
+    ParseContext context{includeDeprecated, applicationsDirectory, {}};
+    return mapCask(source, context);
 }
 
-QList<Cask> parseCaskCatalogue(const QByteArray& bytes, bool includeDeprecated) {
+QList<Cask> parseCaskCatalogue(const QByteArray& bytes, bool includeDeprecated,
+                               const QString& applicationsDirectory) {
     // A byte order mark is valid before JSON text, but the reader refuses it.
     const QByteArrayView byteOrderMark("\xEF\xBB\xBF");
     const QByteArrayView text = bytes.startsWith(byteOrderMark)
@@ -336,7 +347,7 @@ QList<Cask> parseCaskCatalogue(const QByteArray& bytes, bool includeDeprecated) 
     if (root.get(entries) != simdjson::SUCCESS) {
         throw CaskError::invalidAPIResponse();
     }
-    CaskIdSource ids;
+    ParseContext context{includeDeprecated, applicationsDirectory, {}};
     QList<Cask> casks;
     casks.reserve(static_cast<qsizetype>(entries.size()));
     for (const element entry : entries) {
@@ -344,7 +355,7 @@ QList<Cask> parseCaskCatalogue(const QByteArray& bytes, bool includeDeprecated) 
         if (entry.get(source) != simdjson::SUCCESS) {
             throw CaskError::invalidAPIResponse();
         }
-        if (auto cask = mapCask(source, includeDeprecated, ids)) {
+        if (auto cask = mapCask(source, context)) {
             casks.append(std::move(*cask));
         }
     }

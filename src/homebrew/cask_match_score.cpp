@@ -25,15 +25,15 @@ bool hasWildcardCharacter(const QString& path) {
 // Test 2: an uninstall path with "$APPDIR" or a wildcard that, expanded,
 // names the bundle.
 bool hasExpandedUninstallMatch(const CaskMatchSubject& subject, const Cask& cask,
-                               const QString& homeDirectory) {
+                               const CaskLocations& locations) {
     for (const QString& path : cask.uninstallPaths) {
         if (!path.contains(QStringLiteral("$APPDIR")) && !hasWildcardCharacter(path)) {
             continue;
         }
         QString expanded = path;
-        expanded.replace(QStringLiteral("$APPDIR"), QStringLiteral("/Applications"));
-        expanded.replace(QStringLiteral("${APPDIR}"), QStringLiteral("/Applications"));
-        expanded.replace(QStringLiteral("~"), homeDirectory);
+        expanded.replace(QStringLiteral("$APPDIR"), locations.applicationsDirectory);
+        expanded.replace(QStringLiteral("${APPDIR}"), locations.applicationsDirectory);
+        expanded.replace(QStringLiteral("~"), locations.homeDirectory);
         if (expanded == subject.appPath) {
             return true;
         }
@@ -89,18 +89,18 @@ bool CaskMatchSubject::overlapsToken(const QString& lowerToken, quint64 tokenCha
 }
 
 double matchConfidence(const Application& application, const Cask& cask,
-                       const QString& homeDirectory) {
-    return matchConfidence(CaskMatchSubject::of(application), cask, homeDirectory);
+                       const CaskLocations& locations) {
+    return matchConfidence(CaskMatchSubject::of(application), cask, locations);
 }
 
 double matchConfidence(const CaskMatchSubject& subject, const Cask& cask,
-                       const QString& homeDirectory) {
+                       const CaskLocations& locations) {
     // Paths first: the uninstall stanza and the installers say most surely
     // which bundle a cask owns.
     if (cask.uninstallPaths.contains(subject.appPath)) {
         return 1.0;
     }
-    if (hasExpandedUninstallMatch(subject, cask, homeDirectory)) {
+    if (hasExpandedUninstallMatch(subject, cask, locations)) {
         return 0.95;
     }
     if (anyAppInstaller(cask, [&](const QString& path) { return path == subject.appPath; })) {

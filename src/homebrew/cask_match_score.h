@@ -2,6 +2,7 @@
 
 #include "core/records/application.h"
 #include "core/records/cask.h"
+#include "homebrew/cask_locations.h"
 
 #include <QString>
 #include <QStringView>
@@ -47,11 +48,11 @@ struct CaskMatchSubject {
 // How sure it is that `cask` installs `application`, from 0 to 1: the value
 // of the first of twelve tests that holds. The order is deliberate, oddities
 // included (see the tests). Reads no file: the names are those of the paths.
-// `homeDirectory` expands "~" in the cask's uninstall paths.
+// `locations` expands "$APPDIR" and "~" in the cask's uninstall paths.
 double matchConfidence(const Application& application, const Cask& cask,
-                       const QString& homeDirectory);
+                       const CaskLocations& locations);
 double matchConfidence(const CaskMatchSubject& subject, const Cask& cask,
-                       const QString& homeDirectory);
+                       const CaskLocations& locations);
 
 // Whether `path` fits an uninstall pattern with exactly one "*": the part
 // before it is a prefix, case included, and every word after it occurs in

@@ -173,10 +173,10 @@ QList<RankedCask> withTokenFacts(const QList<ScoredCask>& kept) {
 }
 
 QList<ScoredCask> scoreAbove(const QList<const Cask*>& casks, double threshold,
-                             const CaskMatchSubject& subject, const QString& homeDirectory) {
+                             const CaskMatchSubject& subject, const CaskLocations& locations) {
     QList<ScoredCask> kept;
     for (const Cask* cask : casks) {
-        const double score = matchConfidence(subject, *cask, homeDirectory);
+        const double score = matchConfidence(subject, *cask, locations);
         if (score > threshold) {
             kept.append({cask, score});
         }
@@ -211,13 +211,13 @@ QList<Cask> rankCaskOptions(const QList<ScoredCask>& kept) {
 }
 
 QList<Cask> findCaskOptions(const Application& application, const CaskIndex& index,
-                            const QString& homeDirectory, Logger& logger) {
+                            const CaskLocations& locations, Logger& logger) {
     const CaskMatchSubject subject = CaskMatchSubject::of(application);
     QList<ScoredCask> kept =
-        scoreAbove(candidatesFor(subject, index), candidateThreshold, subject, homeDirectory);
+        scoreAbove(candidatesFor(subject, index), candidateThreshold, subject, locations);
     if (kept.isEmpty()) {
         kept = scoreAbove(fallbackFor(subject, application.displayName, index, logger),
-                          fallbackThreshold, subject, homeDirectory);
+                          fallbackThreshold, subject, locations);
     }
     QList<Cask> options = rankCaskOptions(kept);
     if (options.isEmpty()) {
@@ -232,7 +232,7 @@ bool isVariantToken(const QString& token, const QStringList& tokens) {
 
 std::optional<Cask> findInstalledCask(const Application& application,
                                       const QStringList& installedTokens, const CaskIndex& index,
-                                      const QString& homeDirectory) {
+                                      const CaskLocations& locations) {
     const CaskMatchSubject subject = CaskMatchSubject::of(application);
     std::optional<ScoredCask> best;
     for (const QString& token : installedTokens) {
@@ -240,7 +240,7 @@ std::optional<Cask> findInstalledCask(const Application& application,
         if (cask == nullptr) {
             continue;
         }
-        const double score = matchConfidence(subject, *cask, homeDirectory);
+        const double score = matchConfidence(subject, *cask, locations);
         if (score > installedThreshold && (!best || score > best->score)) {
             best = ScoredCask{cask, score};
         }

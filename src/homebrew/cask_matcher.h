@@ -2,6 +2,7 @@
 
 #include "core/records/application.h"
 #include "core/records/cask.h"
+#include "homebrew/cask_locations.h"
 
 #include <QList>
 #include <QString>
@@ -43,7 +44,7 @@ QList<Cask> rankCaskOptions(const QList<ScoredCask>& kept);
 // At most five options, best first, each a copy whose `confidence` is what
 // the user is shown.
 QList<Cask> findCaskOptions(const Application& application, const CaskIndex& index,
-                            const QString& homeDirectory, Logger& logger);
+                            const CaskLocations& locations, Logger& logger);
 
 // Whether `token` is a suffixed form ("foo@beta", "foo-nightly", "foo_cn")
 // of one of `tokens`, in any case.
@@ -53,6 +54,6 @@ bool isVariantToken(const QString& token, const QStringList& tokens);
 // with `confidence` set to its score; on a tie the earlier token wins.
 std::optional<Cask> findInstalledCask(const Application& application,
                                       const QStringList& installedTokens, const CaskIndex& index,
-                                      const QString& homeDirectory);
+                                      const CaskLocations& locations);
 
 }  // namespace tarnel

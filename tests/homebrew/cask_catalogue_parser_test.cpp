@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 QList<Cask> parse(const QByteArray& json, bool includeDeprecated = false) {
-    return parseCaskCatalogue(json, includeDeprecated);
+    return parseCaskCatalogue(json, includeDeprecated, QStringLiteral("/Applications"));
 }
 
 // One object with the given extra members, its token and version already set.
@@ -442,7 +442,7 @@ TEST(CaskCatalogueParser, ParsesASingleObjectDirectly) {
     simdjson::dom::parser parser;
     const simdjson::padded_string json(std::string_view(R"({"token":"solo","version":"2"})"));
     const simdjson::dom::object object = parser.parse(json).get_object().value();
-    const auto cask = parseCask(object, false);
+    const auto cask = parseCask(object, false, QStringLiteral("/Applications"));
     ASSERT_TRUE(cask.has_value());
     EXPECT_EQ(cask->name, u"solo"_s);
 }
@@ -1127,4 +1127,13 @@ TEST(CaskError, DescribesAMissingCaskByName) {
 TEST(CaskError, DescribesAnInvalidResponse) {
     EXPECT_EQ(CaskError::invalidAPIResponse().description(),
               u"Invalid response from Homebrew API"_s);
+}
+
+TEST(CaskCatalogueParser, AppArtifactsInstallIntoTheGivenApplicationsFolder) {
+    const QList<Cask> casks =
+        parseCaskCatalogue(R"([{"token":"foo","version":"1","artifacts":[{"app":["Foo.app"]}]}])",
+                           false, QStringLiteral("/Volumes/Sandbox/Applications"));
+    ASSERT_EQ(casks.size(), 1);
+    ASSERT_EQ(casks[0].installers.size(), 1);
+    EXPECT_EQ(casks[0].installers[0].path, u"/Volumes/Sandbox/Applications/Foo.app"_s);
 }

@@ -41,7 +41,7 @@ TEST(CaskKey, LeavesCaseAsItIs) {
 // The lookups.
 
 TEST(CaskIndex, EmptyCatalogueGivesEmptyLookups) {
-    const CaskIndex index(parseCaskCatalogue("[]", false));
+    const CaskIndex index(parseCaskCatalogue("[]", false, QStringLiteral("/Applications")));
     EXPECT_TRUE(index.casks().isEmpty());
     EXPECT_TRUE(index.loweredTokens().isEmpty());
     EXPECT_EQ(index.lookupKeyCount(), 0);

@@ -21,6 +21,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString home = u"/Users/tester"_s;
+const CaskLocations places{u"/Applications"_s, home};
 
 Application application(const QString& name, const QString& bundlePath,
                         const QString& displayName = {}) {
@@ -78,13 +79,13 @@ const Cask& sharedCatalogueCask(const QString& token) {
 }
 
 double score(const Application& subject, const Cask& candidate) {
-    return matchConfidence(subject, candidate, home);
+    return matchConfidence(subject, candidate, places);
 }
 
 class CaskMatching : public ::testing::Test {
 protected:
     QList<Cask> options(const Application& subject, const CaskIndex& index) {
-        return findCaskOptions(subject, index, home, logger);
+        return findCaskOptions(subject, index, places, logger);
     }
 
     QTemporaryDir directory;
@@ -449,7 +450,7 @@ TEST_F(CaskMatching, MatchesManyApplicationsAtOnceAgainstOneSnapshot) {
         QString::fromUtf8(readCatalogueData(u"app-names.txt"_s)).split(u'\n', Qt::SkipEmptyParts);
     ASSERT_EQ(names.size(), 300);
     const auto match = [&](const QString& name) {
-        return tokensOf(findCaskOptions(installedApplication(name), *index, home, logger));
+        return tokensOf(findCaskOptions(installedApplication(name), *index, places, logger));
     };
     QList<QStringList> serial;
     for (const QString& name : names) {
@@ -536,18 +537,18 @@ TEST(VariantToken, ATokenIsNoVariantOfItself) {
 TEST(InstalledCask, OfTwoAtNinetyPercentTheEarlierInstalledTokenWins) {
     const Application copy = application(u"1Password"_s, home + u"/Applications/1Password.app"_s);
     const auto first =
-        findInstalledCask(copy, {u"1password@beta"_s, u"1password"_s}, sharedIndex(), home);
+        findInstalledCask(copy, {u"1password@beta"_s, u"1password"_s}, sharedIndex(), places);
     ASSERT_TRUE(first.has_value());
     EXPECT_EQ(first->name, u"1password@beta"_s);
     EXPECT_DOUBLE_EQ(first->confidence, 0.9);
     const auto reversed =
-        findInstalledCask(copy, {u"1password"_s, u"1password@beta"_s}, sharedIndex(), home);
+        findInstalledCask(copy, {u"1password"_s, u"1password@beta"_s}, sharedIndex(), places);
     EXPECT_EQ(reversed->name, u"1password"_s);
 }
 
 TEST(InstalledCask, AStrictlyHigherScoreReplacesTheBest) {
     const auto found = findInstalledCask(installedApplication(u"1Password"_s),
-                                         {u"1password@7"_s, u"1password"_s}, sharedIndex(), home);
+                                         {u"1password@7"_s, u"1password"_s}, sharedIndex(), places);
     ASSERT_TRUE(found.has_value());
     EXPECT_EQ(found->name, u"1password"_s);
     EXPECT_DOUBLE_EQ(found->confidence, 1.0);
@@ -555,26 +556,35 @@ TEST(InstalledCask, AStrictlyHigherScoreReplacesTheBest) {
 
 TEST(InstalledCask, SkipsTokensTheCatalogueDoesNotHaveCaseIncluded) {
     EXPECT_FALSE(findInstalledCask(installedApplication(u"1Password"_s),
-                                   {u"1Password"_s, u"no-such-cask"_s}, sharedIndex(), home)
+                                   {u"1Password"_s, u"no-such-cask"_s}, sharedIndex(), places)
                      .has_value());
 }
 
 TEST(InstalledCask, AScoreOfExactlyHalfIsNotEnough) {
     const CaskIndex index({cask(u"superfoo-tool"_s)});
     EXPECT_FALSE(
-        findInstalledCask(installedApplication(u"Superfoo"_s), {u"superfoo-tool"_s}, index, home)
+        findInstalledCask(installedApplication(u"Superfoo"_s), {u"superfoo-tool"_s}, index, places)
             .has_value());
 }
 
 TEST(InstalledCask, NothingInstalledGivesNothing) {
-    EXPECT_FALSE(
-        findInstalledCask(installedApplication(u"Firefox"_s), {}, sharedIndex(), home).has_value());
+    EXPECT_FALSE(findInstalledCask(installedApplication(u"Firefox"_s), {}, sharedIndex(), places)
+                     .has_value());
 }
 
 TEST(InstalledCask, FindsADeprecatedCaskInTheFullCatalogue) {
-    const CaskIndex everything(parseCaskCatalogue(singleCaskCatalogue(u"alacritty.json"_s), true));
-    const auto found =
-        findInstalledCask(installedApplication(u"Alacritty"_s), {u"alacritty"_s}, everything, home);
+    const CaskIndex everything(
+        parseCaskCatalogue(singleCaskCatalogue(u"alacritty.json"_s), true, u"/Applications"_s));
+    const auto found = findInstalledCask(installedApplication(u"Alacritty"_s), {u"alacritty"_s},
+                                         everything, places);
     ASSERT_TRUE(found.has_value());
     EXPECT_DOUBLE_EQ(found->confidence, 1.0);
+}
+
+TEST(MatchConfidence, AppDirStandsForTheConfiguredApplicationsFolder) {
+    const CaskLocations sandbox{u"/srv/mac/Applications"_s, home};
+    const Cask foo = cask(u"foo"_s, {}, {u"$APPDIR/Foo.app"_s});
+    const Application moved = application(u"Foo"_s, u"/srv/mac/Applications/Foo.app"_s);
+    EXPECT_DOUBLE_EQ(matchConfidence(moved, foo, sandbox), 0.95);
+    EXPECT_DOUBLE_EQ(matchConfidence(moved, foo, places), 0.8);
 }
