@@ -1,5 +1,5 @@
 #include "core/records/application.h"
-#include "updates/version_rules.h"
+#include "updates/versions/version_rules.h"
 
 #include <benchmark/benchmark.h>
 

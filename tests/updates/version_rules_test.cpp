@@ -1,6 +1,6 @@
-#include "updates/version_rules.h"
+#include "updates/versions/version_rules.h"
 #include "core/records/application.h"
-#include "updates/strict_integer.h"
+#include "updates/versions/strict_integer.h"
 
 #include <gtest/gtest.h>
 

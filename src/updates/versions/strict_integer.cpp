@@ -1,4 +1,4 @@
-#include "updates/strict_integer.h"
+#include "updates/versions/strict_integer.h"
 
 #include <limits>
 
