@@ -25,6 +25,11 @@ QString casksDir() {
     return sharedDir() + QStringLiteral("/data/casks/");
 }
 
+QByteArray contentsOf(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
 // A fake-brew installed as "brew" in a temporary folder, with an
 // applications folder holding copies of the shared bundles.
 class FakeBrew {
@@ -78,9 +83,7 @@ QString stringAt(plist_t dictionary, const char* key) {
 }
 
 PlistVersion readPlist(const QString& path) {
-    QFile file(path);
-    file.open(QIODevice::ReadOnly);
-    const QByteArray bytes = file.readAll();
+    const QByteArray bytes = contentsOf(path);
     plist_t root = nullptr;
     plist_from_memory(bytes.constData(), static_cast<uint32_t>(bytes.size()), &root);
     PlistVersion version{
@@ -91,15 +94,13 @@ PlistVersion readPlist(const QString& path) {
 }
 
 void convertToBinary(const QString& path) {
-    QFile file(path);
-    file.open(QIODevice::ReadOnly);
-    const QByteArray xml = file.readAll();
-    file.close();
+    const QByteArray xml = contentsOf(path);
     plist_t root = nullptr;
     plist_from_xml(xml.constData(), static_cast<uint32_t>(xml.size()), &root);
     char* binary = nullptr;
     uint32_t length = 0;
     plist_to_bin(root, &binary, &length);
+    QFile file(path);
     file.open(QIODevice::WriteOnly | QIODevice::Truncate);
     file.write(binary, length);
     plist_to_bin_free(binary);
@@ -157,12 +158,8 @@ TEST(FakeBrew, RecordsArgumentsFolderAndVariables) {
 TEST(FakeBrew, AdoptsABundleWhoseVersionAgrees) {
     FakeBrew fake;
     fake.copyBundle(QStringLiteral("Rectangle.app"));
-    QJsonObject cask = QJsonDocument::fromJson([] {
-                           QFile file(casksDir() + QStringLiteral("rectangle.json"));
-                           file.open(QIODevice::ReadOnly);
-                           return file.readAll();
-                       }())
-                           .object();
+    QJsonObject cask =
+        QJsonDocument::fromJson(contentsOf(casksDir() + QStringLiteral("rectangle.json"))).object();
     cask.insert(QStringLiteral("version"), QStringLiteral("0.85"));
     fake.state.addCask(cask);
     const Result result =

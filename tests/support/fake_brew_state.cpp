@@ -22,24 +22,6 @@ QByteArray readFile(const QString& path) {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-QJsonObject behaviourJson(const FakeBrewBehaviour& behaviour) {
-    QJsonObject object{
-        {QStringLiteral("standardOutputBase64"),
-         QString::fromLatin1(behaviour.standardOutput.toBase64())},
-        {QStringLiteral("standardErrorBase64"),
-         QString::fromLatin1(behaviour.standardError.toBase64())},
-        {QStringLiteral("delayMilliseconds"), behaviour.delayMilliseconds},
-        {QStringLiteral("outputMegabytes"), behaviour.outputMegabytes},
-    };
-    if (behaviour.exitStatus) {
-        object.insert(QStringLiteral("exitStatus"), *behaviour.exitStatus);
-    }
-    if (behaviour.password) {
-        object.insert(QStringLiteral("password"), *behaviour.password);
-    }
-    return object;
-}
-
 }  // namespace
 
 FakeBrewState::FakeBrewState(QString folder) : stateFolder(std::move(folder)) {
@@ -89,7 +71,7 @@ void FakeBrewState::setInstalledVersion(const QString& token, const QString& ver
 
 void FakeBrewState::setBehaviour(const QString& command, const FakeBrewBehaviour& behaviour) {
     QJsonObject commands = settings.value(QStringLiteral("commands")).toObject();
-    commands.insert(command, behaviourJson(behaviour));
+    commands.insert(command, behaviour.toJson());
     settings.insert(QStringLiteral("commands"), commands);
     writeSettings();
 }
@@ -98,7 +80,7 @@ void FakeBrewState::setBehaviours(const QString& command,
                                   const QList<FakeBrewBehaviour>& behaviours) {
     QJsonArray sequence;
     for (const FakeBrewBehaviour& behaviour : behaviours) {
-        sequence.append(behaviourJson(behaviour));
+        sequence.append(behaviour.toJson());
     }
     QJsonObject commands = settings.value(QStringLiteral("commands")).toObject();
     commands.insert(command, sequence);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "command_behaviour.h"
+
 #include <QByteArray>
 #include <QJsonArray>
 #include <QJsonObject>
@@ -11,18 +13,7 @@
 #include <optional>
 
 // How one invocation of a fake-brew command behaves besides its work.
-struct FakeBrewBehaviour {
-    // When set, the command does no work: it prints the two texts and ends
-    // with this status.
-    std::optional<int> exitStatus;
-    QByteArray standardOutput;
-    QByteArray standardError;
-    int delayMilliseconds = 0;
-    // Megabytes printed on each stream before anything else.
-    int outputMegabytes = 0;
-    // When set, the command asks `SUDO_ASKPASS` for this password first.
-    std::optional<QString> password;
-};
+using FakeBrewBehaviour = fakebrew::CommandBehaviour;
 
 // One line of fake-brew's invocation log.
 struct FakeBrewInvocation {

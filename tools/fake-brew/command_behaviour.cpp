@@ -15,6 +15,23 @@ QByteArray bytesAt(const QJsonObject& object, const QString& key) {
 
 }  // namespace
 
+QJsonObject CommandBehaviour::toJson() const {
+    // Base64 carries any bytes, also those that are no valid UTF-8.
+    QJsonObject object{
+        {QStringLiteral("standardOutputBase64"), QString::fromLatin1(standardOutput.toBase64())},
+        {QStringLiteral("standardErrorBase64"), QString::fromLatin1(standardError.toBase64())},
+        {QStringLiteral("delayMilliseconds"), delayMilliseconds},
+        {QStringLiteral("outputMegabytes"), outputMegabytes},
+    };
+    if (exitStatus) {
+        object.insert(QStringLiteral("exitStatus"), *exitStatus);
+    }
+    if (password) {
+        object.insert(QStringLiteral("password"), *password);
+    }
+    return object;
+}
+
 CommandBehaviour CommandBehaviour::fromJson(const QJsonObject& object) {
     CommandBehaviour behaviour;
     if (object.value(QStringLiteral("exitStatus")).isDouble()) {

@@ -22,6 +22,7 @@ struct CommandBehaviour {
     std::optional<QString> password;
 
     static CommandBehaviour fromJson(const QJsonObject& object);
+    QJsonObject toJson() const;
 };
 
 }  // namespace fakebrew
