@@ -1,5 +1,6 @@
 #include "homebrew/brew_process_runner.h"
 
+#include "core/async/continuation.h"
 #include "core/logger.h"
 #include "homebrew/askpass_service.h"
 #include "homebrew/brew_error.h"
@@ -9,7 +10,6 @@
 #include <QProcess>
 
 #include <qcoro/qcoroprocess.h>
-#include <qcoro/qcorosignal.h>
 
 namespace tarnel {
 
@@ -100,8 +100,16 @@ QCoro::Task<BrewProcessResult> BrewProcessRunner::run(QString path, QStringList 
                     .arg(boolText(requiresAdmin), boolText(hasAdminPermission)));
 
     process.start(QIODevice::ReadOnly);
-    while (process.state() == QProcess::Starting) {
-        co_await qCoro(&process, &QProcess::stateChanged);
+    // A failure to start is reported by the event loop, after `start` returns.
+    if (process.state() == QProcess::Starting) {
+        co_await suspendUntilResumed<void>([&process](ContinuationResumer<void> resumer) {
+            QObject::connect(&process, &QProcess::stateChanged, &process,
+                             [resumer](QProcess::ProcessState state) {
+                                 if (state != QProcess::Starting) {
+                                     resumer.resume();
+                                 }
+                             });
+        });
     }
     if (process.error() == QProcess::FailedToStart) {
         throw ProcessLaunchError(path, process.errorString());
