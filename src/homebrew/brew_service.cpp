@@ -7,9 +7,8 @@
 #include <QFileInfo>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QScopedPointer>
 #include <QSslCertificate>
-
-#include <memory>
 
 #include <qcoro/qcoronetworkreply.h>
 
@@ -176,7 +175,9 @@ QCoro::Task<QByteArray> BrewService::fetchCaskCatalogue() {
     }
     QNetworkRequest request(catalogueUrl);
     request.setSslConfiguration(catalogueTls);
-    const std::unique_ptr<QNetworkReply> reply(network.get(request));
+    // The reply is resumed from inside its own finished signal, so it may only
+    // be deleted later.
+    const QScopedPointer<QNetworkReply, QScopedPointerDeleteLater> reply(network.get(request));
     co_await reply.get();
 
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
