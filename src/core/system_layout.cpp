@@ -1,5 +1,6 @@
 #include "core/system_layout.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QLocale>
 #include <QStandardPaths>
@@ -18,6 +19,11 @@ SystemLayout SystemLayout::production() {
     layout.temporaryDirectory = QDir::tempPath();
     layout.desktopDirectory = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
     layout.preferredLanguages = QLocale::system().uiLanguages();
+    // Without `osascript` the dialog comes from the helper installed beside the program.
+    if (QStandardPaths::findExecutable(QStringLiteral("osascript")).isEmpty()) {
+        layout.askpassDialogProgram =
+            QCoreApplication::applicationDirPath() + QStringLiteral("/tarnel-askpass");
+    }
     return layout;
 }
 

@@ -19,6 +19,9 @@ struct SystemLayout {
     QString desktopDirectory;
     // PEM certificates trusted besides the system store; empty in production.
     QString extraTrustedCertificates;
+    // The program that shows the password dialog of the askpass script; empty
+    // where `osascript` shows it.
+    QString askpassDialogProgram;
     // The user defaults file; empty means the platform's own store.
     QString settingsFile;
     // The user's languages, most preferred first, for localized bundle names.

@@ -1,16 +1,61 @@
 #include "homebrew/brew_service.h"
 
+#include "core/clock.h"
 #include "core/logger.h"
+#include "homebrew/network_request_error.h"
 
 #include <QFileInfo>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QScopedPointer>
+#include <QSslCertificate>
+
+#include <qcoro/qcoronetworkreply.h>
 
 namespace tarnel {
 
-BrewService::BrewService(Logger& logger, const SystemLayout& layout)
-    : logger(logger), layout(layout) {}
+namespace {
+
+constexpr qint64 updateThrottleSeconds = 1800;
+
+QString boolText(bool value) {
+    return value ? QStringLiteral("true") : QStringLiteral("false");
+}
+
+// The system's trust, plus the extra certificates when a layout names them.
+QSslConfiguration catalogueTlsConfiguration(const QString& extraTrustedCertificates) {
+    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+    if (!extraTrustedCertificates.isEmpty()) {
+        configuration.setCaCertificates(
+            QSslConfiguration::systemCaCertificates() +
+            QSslCertificate::fromPath(extraTrustedCertificates, QSsl::Pem));
+    }
+    return configuration;
+}
+
+bool isOutdatedCommand(const QStringList& arguments) {
+    return arguments.contains(QStringLiteral("outdated"));
+}
+
+QCoro::Task<> reportCommandFailed(const ProgressHandler& progressHandler) {
+    if (progressHandler) {
+        co_await progressHandler(UpdateState::error(QStringLiteral("Command failed")));
+    }
+}
+
+}  // namespace
+
+BrewService::BrewService(Logger& logger, AskpassService& askpassService, const SystemLayout& layout,
+                         const Clock& clock)
+    : logger(logger),
+      clock(clock),
+      catalogueUrl(layout.catalogueUrl),
+      brewCandidates(layout.brewCandidates),
+      runner(logger, askpassService, layout.homeDirectory),
+      catalogueTls(catalogueTlsConfiguration(layout.extraTrustedCertificates)) {}
 
 std::optional<QString> BrewService::locateBrew() const {
-    for (const QString& candidate : layout.brewCandidates) {
+    for (const QString& candidate : brewCandidates) {
         if (QFileInfo::exists(candidate)) {
             return candidate;
         }
@@ -19,11 +64,130 @@ std::optional<QString> BrewService::locateBrew() const {
 }
 
 bool BrewService::isHomebrewAvailable() {
-    if (cachedPath) {
-        return true;
+    return brewPath().has_value();
+}
+
+std::optional<QString> BrewService::brewPath() {
+    if (!cachedPath) {
+        cachedPath = locateBrew();
     }
-    cachedPath = locateBrew();
-    return cachedPath.has_value();
+    return cachedPath;
+}
+
+void BrewService::logCommand(const QStringList& arguments, bool requiresAdmin,
+                             bool hasAdminPermission) {
+    logger.info(QStringLiteral("Executing brew command: ") + arguments.join(u' '));
+    logger.info(QStringLiteral("Admin required: %1, Admin permission granted: %2")
+                    .arg(boolText(requiresAdmin), boolText(hasAdminPermission)));
+}
+
+QCoro::Task<BrewError> BrewService::finalFailure(const BrewProcessResult& result,
+                                                 bool hasAdminPermission,
+                                                 const ProgressHandler& progressHandler) {
+    // Without the permission every failure is answered the same way, whatever
+    // its cause, so that the user is led to the setting.
+    if (!hasAdminPermission) {
+        logger.error(
+            QStringLiteral("Brew command failed and admin permission not granted by user"));
+        co_return BrewError::adminPermissionRequired();
+    }
+    logger.error(QStringLiteral("Brew command failed even with admin privileges. Status: %1")
+                     .arg(result.exitStatus));
+    logger.error(QStringLiteral("Final output: ") + result.standardOutput);
+    co_await reportCommandFailed(progressHandler);
+    co_return BrewError::commandFailed(result.standardOutput, result.standardError);
+}
+
+QCoro::Task<QString> BrewService::executeBrewCommand(QStringList arguments, bool requiresAdmin,
+                                                     bool toleratesOutdatedExit,
+                                                     ProgressHandler progressHandler,
+                                                     bool hasAdminPermission) {
+    const std::optional<QString> path = brewPath();
+    if (!path) {
+        throw BrewError::homebrewNotFound();
+    }
+    logCommand(arguments, requiresAdmin, hasAdminPermission);
+    if (progressHandler) {
+        co_await progressHandler(UpdateState::initializing());
+    }
+
+    BrewProcessResult result =
+        co_await runner.run(*path, arguments, requiresAdmin, progressHandler, hasAdminPermission);
+    // The status alone decides the retry; no text of the output is read.
+    if (result.exitStatus != 0 && !requiresAdmin && hasAdminPermission) {
+        logger.info(QStringLiteral("Brew command failed, retrying with admin privileges..."));
+        logger.info(QStringLiteral("First attempt failed with: ") + result.standardOutput);
+        result = co_await runner.run(*path, arguments, true, progressHandler, true);
+    }
+
+    if (toleratesOutdatedExit && isOutdatedCommand(arguments)) {
+        // `outdated` answers 1 when it found something to report.
+        if (result.exitStatus > 1) {
+            logger.error(QStringLiteral("Brew command failed with status %1: %2")
+                             .arg(QString::number(result.exitStatus), result.standardOutput));
+            co_await reportCommandFailed(progressHandler);
+            throw BrewError::commandFailed(result.standardOutput, result.standardError);
+        }
+    } else if (result.exitStatus != 0) {
+        throw co_await finalFailure(result, hasAdminPermission, progressHandler);
+    }
+
+    logger.info(QStringLiteral("Brew command completed successfully"));
+    co_return result.standardOutput;
+}
+
+QCoro::Task<> BrewService::updateHomebrew() {
+    if (lastUpdateTime && lastUpdateTime->secsTo(clock.now()) < updateThrottleSeconds) {
+        logger.info(
+            QStringLiteral("Skipping brew update - last update was less than 30 minutes ago"));
+        co_return;
+    }
+    logger.info(QStringLiteral("Running brew update..."));
+    const QString failurePrefix = QStringLiteral("brew update failed: ");
+    const std::optional<QString> path = brewPath();
+    if (!path) {
+        logger.warning(failurePrefix + BrewError::homebrewNotFound().description());
+        co_return;
+    }
+
+    const QStringList arguments{QStringLiteral("update")};
+    logCommand(arguments, false, false);
+    try {
+        const BrewProcessResult result = co_await runner.run(*path, arguments, false, {}, false);
+        if (result.exitStatus != 0) {
+            throw co_await finalFailure(result, false, {});
+        }
+        logger.info(QStringLiteral("Brew command completed successfully"));
+        lastUpdateTime = clock.now();
+        logger.info(QStringLiteral("brew update completed successfully"));
+        if (!result.standardOutput.isEmpty()) {
+            logger.info(QStringLiteral("brew update output: ") + result.standardOutput);
+        }
+    } catch (const std::exception& error) {
+        logger.warning(failurePrefix + QString::fromUtf8(error.what()));
+    }
+}
+
+QCoro::Task<QByteArray> BrewService::fetchCaskCatalogue() {
+    logger.info(QStringLiteral("Fetching casks from Homebrew API"));
+    if (!catalogueUrl.isValid() || catalogueUrl.scheme() != QStringLiteral("https")) {
+        throw BrewError::invalidAPIURL();
+    }
+    QNetworkRequest request(catalogueUrl);
+    request.setSslConfiguration(catalogueTls);
+    // The reply is resumed from inside its own finished signal, so it may only
+    // be deleted later.
+    const QScopedPointer<QNetworkReply, QScopedPointerDeleteLater> reply(network.get(request));
+    co_await reply.get();
+
+    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    if (status.isValid() && status.toInt() != 200) {
+        throw BrewError::apiRequestFailed();
+    }
+    if (reply->error() != QNetworkReply::NoError) {
+        throw NetworkRequestError(reply->error(), reply->errorString());
+    }
+    co_return reply->readAll();
 }
 
 }  // namespace tarnel

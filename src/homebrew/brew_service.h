@@ -1,20 +1,34 @@
 #pragma once
 
+#include "core/records/update_state.h"
 #include "core/system_layout.h"
+#include "homebrew/brew_error.h"
+#include "homebrew/brew_process_runner.h"
 
+#include <QByteArray>
+#include <QDateTime>
+#include <QNetworkAccessManager>
+#include <QSslConfiguration>
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
+#include <qcoro/qcorotask.h>
+
 namespace tarnel {
 
+class AskpassService;
+class Clock;
 class Logger;
 
-// The only place that launches `brew`. Lives on the main thread; its state
-// changes only between awaits.
+// The only place that launches `brew` or reaches the catalogue endpoint.
+// Lives on the main thread; its state changes only between awaits, and two
+// commands may be in flight at once.
 class BrewService {
 public:
-    BrewService(Logger& logger, const SystemLayout& layout);
+    BrewService(Logger& logger, AskpassService& askpassService, const SystemLayout& layout,
+                const Clock& clock);
 
     // The first candidate path that exists; executability is not tested.
     std::optional<QString> locateBrew() const;
@@ -23,10 +37,36 @@ public:
     const std::optional<QString>& cachedBrewPath() const { return cachedPath; }
     void setCachedBrewPath(std::optional<QString> path) { cachedPath = std::move(path); }
 
+    // Runs `brew` with the arguments and gives its trimmed standard output.
+    // A failed run is retried once with the askpass environment when the user
+    // allows it. Throws `BrewError`, or `ProcessLaunchError` when `brew`
+    // cannot be started.
+    QCoro::Task<QString> executeBrewCommand(QStringList arguments, bool requiresAdmin,
+                                            bool toleratesOutdatedExit,
+                                            ProgressHandler progressHandler,
+                                            bool hasAdminPermission);
+    // Runs `brew update` at most once in 30 minutes of success. Never throws.
+    QCoro::Task<> updateHomebrew();
+    // The body of the catalogue endpoint. Throws `BrewError`, or
+    // `NetworkRequestError` when no HTTP answer came.
+    QCoro::Task<QByteArray> fetchCaskCatalogue();
+
 private:
+    std::optional<QString> brewPath();
+    void logCommand(const QStringList& arguments, bool requiresAdmin, bool hasAdminPermission);
+    // Logs a failure that stands after every run, and gives the error to throw.
+    QCoro::Task<BrewError> finalFailure(const BrewProcessResult& result, bool hasAdminPermission,
+                                        const ProgressHandler& progressHandler);
+
     Logger& logger;
-    SystemLayout layout;
+    const Clock& clock;
+    QUrl catalogueUrl;
+    QStringList brewCandidates;
+    BrewProcessRunner runner;
+    QSslConfiguration catalogueTls;
+    QNetworkAccessManager network;
     std::optional<QString> cachedPath;
+    std::optional<QDateTime> lastUpdateTime;
 };
 
 }  // namespace tarnel

@@ -1,0 +1,129 @@
+#include "brew_sandbox.h"
+
+#include "homebrew/brew_error.h"
+#include "homebrew/network_request_error.h"
+#include "loopback_https_server.h"
+#include "support/await.h"
+#include "support/test_paths.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+using namespace tarnel;
+
+namespace {
+
+const QString cataloguePath = QStringLiteral("/api/cask.json");
+
+QString catalogueFile() {
+    return sharedDir() + QStringLiteral("/data/catalogue.json");
+}
+
+QByteArray catalogueBytes() {
+    QFile file(catalogueFile());
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// A sandbox whose catalogue endpoint is a loopback server trusted through the
+// extra certificates of the layout.
+class CatalogueSandbox : public BrewSandbox {
+public:
+    CatalogueSandbox()
+        : certificates(LoopbackCertificates::create(path(QStringLiteral("certificates")))),
+          server(certificates) {
+        if (!server.start()) {
+            ADD_FAILURE() << "the loopback server did not start";
+        }
+        QUrl url = server.baseUrl();
+        url.setPath(cataloguePath);
+        layout.catalogueUrl = url;
+        layout.extraTrustedCertificates = certificates.authorityCertificate;
+    }
+
+    LoopbackCertificates certificates;
+    LoopbackHttpsServer server;
+};
+
+BrewError brewErrorOf(BrewSandbox& sandbox) {
+    try {
+        await(sandbox.brewService().fetchCaskCatalogue());
+    } catch (const BrewError& error) {
+        return error;
+    }
+    ADD_FAILURE() << "the fetch did not fail with a BrewError";
+    return BrewError::homebrewNotFound();
+}
+
+}  // namespace
+
+TEST(BrewCatalogueFetch, ReturnsTheBodyOfAGzippedAnswer) {
+    CatalogueSandbox sandbox;
+    sandbox.server.setRoute(cataloguePath, ServedRoute::file(catalogueFile()));
+    EXPECT_EQ(await(sandbox.brewService().fetchCaskCatalogue()), catalogueBytes());
+    const QList<ServedRequest> served = sandbox.server.servedRequests();
+    ASSERT_EQ(served.size(), 1);
+    EXPECT_TRUE(served.first().acceptEncoding.contains("gzip"));
+    EXPECT_EQ(served.first().contentEncoding, QByteArray("gzip"));
+    EXPECT_TRUE(sandbox.capture.contains(LogLevel::info,
+                                         QStringLiteral("Fetching casks from Homebrew API")));
+}
+
+TEST(BrewCatalogueFetch, ReturnsTheBodyOfAnUncompressedAnswer) {
+    CatalogueSandbox sandbox;
+    ServedRoute route = ServedRoute::bytes("[{\"token\":\"firefox\",\"version\":\"1.0\"}]");
+    route.isCompressible = false;
+    sandbox.server.setRoute(cataloguePath, route);
+    EXPECT_EQ(await(sandbox.brewService().fetchCaskCatalogue()),
+              QByteArray("[{\"token\":\"firefox\",\"version\":\"1.0\"}]"));
+    EXPECT_TRUE(sandbox.server.servedRequests().value(0).contentEncoding.isEmpty());
+}
+
+TEST(BrewCatalogueFetch, ReturnsAnEmptyBodyOfStatus200) {
+    CatalogueSandbox sandbox;
+    sandbox.server.setRoute(cataloguePath, ServedRoute::bytes(QByteArray()));
+    EXPECT_TRUE(await(sandbox.brewService().fetchCaskCatalogue()).isEmpty());
+}
+
+TEST(BrewCatalogueFetch, StatusOtherThan200IsApiRequestFailed) {
+    for (const int status : {201, 404, 500}) {
+        CatalogueSandbox sandbox;
+        sandbox.server.setRoute(cataloguePath, ServedRoute::bytes("[]", status));
+        const BrewError error = brewErrorOf(sandbox);
+        EXPECT_EQ(error.kind(), BrewError::Kind::apiRequestFailed) << status;
+        EXPECT_EQ(error.description(), QStringLiteral("Failed to fetch data from Homebrew API"));
+    }
+}
+
+TEST(BrewCatalogueFetch, UntrustedCertificateIsANetworkError) {
+    CatalogueSandbox sandbox;
+    sandbox.server.setRoute(cataloguePath, ServedRoute::bytes("[]"));
+    sandbox.layout.extraTrustedCertificates.clear();
+    try {
+        await(sandbox.brewService().fetchCaskCatalogue());
+        ADD_FAILURE() << "an untrusted server was accepted";
+    } catch (const NetworkRequestError& error) {
+        EXPECT_EQ(error.code(), QNetworkReply::SslHandshakeFailedError);
+        EXPECT_FALSE(error.description().isEmpty());
+    }
+    EXPECT_TRUE(sandbox.server.servedRequests().isEmpty());
+}
+
+TEST(BrewCatalogueFetch, RefusedConnectionIsANetworkError) {
+    CatalogueSandbox sandbox;
+    sandbox.server.stop();
+    EXPECT_THROW(await(sandbox.brewService().fetchCaskCatalogue()), NetworkRequestError);
+}
+
+TEST(BrewCatalogueFetch, UrlThatCannotBeBuiltIsInvalidApiUrl) {
+    BrewSandbox sandbox;
+    sandbox.layout.catalogueUrl = QUrl(QStringLiteral("https://exa mple.com:port/api"));
+    EXPECT_EQ(brewErrorOf(sandbox).kind(), BrewError::Kind::invalidAPIURL);
+    EXPECT_EQ(BrewError::invalidAPIURL().description(), QStringLiteral("Invalid Homebrew API URL"));
+}
+
+TEST(BrewCatalogueFetch, PlainHttpUrlIsInvalidApiUrl) {
+    BrewSandbox sandbox;
+    sandbox.layout.catalogueUrl = QUrl(QStringLiteral("http://127.0.0.1:1/api/cask.json"));
+    EXPECT_EQ(brewErrorOf(sandbox).kind(), BrewError::Kind::invalidAPIURL);
+}
