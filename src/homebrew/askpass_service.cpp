@@ -1,7 +1,7 @@
 #include "homebrew/askpass_service.h"
 
 #include "core/logger.h"
-#include "homebrew/strict_utf8.h"
+#include "core/strict_utf8.h"
 
 #include <QDir>
 #include <QFile>

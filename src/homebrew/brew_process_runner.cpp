@@ -4,8 +4,8 @@
 #include "core/logger.h"
 #include "homebrew/askpass_service.h"
 #include "homebrew/brew_error.h"
-#include "homebrew/process_launch_error.h"
-#include "homebrew/strict_utf8.h"
+#include "core/process_launch_error.h"
+#include "core/strict_utf8.h"
 
 #include <QProcess>
 

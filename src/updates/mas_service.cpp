@@ -3,14 +3,14 @@
 #include "core/async/continuation.h"
 #include "core/clock.h"
 #include "core/logger.h"
+#include "core/process_launch_error.h"
+#include "core/strict_utf8.h"
 #include "core/system_layout.h"
 #include "updates/mas_error.h"
 #include "updates/mas_output_parser.h"
-#include "updates/process_launch_error.h"
 
 #include <QFileInfo>
 #include <QProcess>
-#include <QStringDecoder>
 
 #include <exception>
 #include <utility>
@@ -18,13 +18,6 @@
 namespace tarnel {
 
 namespace {
-
-// Output that is not valid UTF-8 reads as no output at all.
-QString decodeStrictUtf8(const QByteArray& bytes) {
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString text = decoder.decode(bytes);
-    return decoder.hasError() ? QString() : text;
-}
 
 // Resumes once the process no longer runs: it has ended, or it never started.
 // Waiting on the state covers both, where waiting for the start or the end

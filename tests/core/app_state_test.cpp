@@ -1,7 +1,9 @@
 #include "core/shell/app_state.h"
 #include "core/logger.h"
 #include "core/settings_store.h"
+#include "core/system_clock.h"
 #include "core/system_layout.h"
+#include "homebrew/askpass_service.h"
 #include "homebrew/brew_service.h"
 #include "support/await.h"
 #include "support/log_capture.h"
@@ -24,7 +26,9 @@ protected:
     LogCapture capture;
     Logger logger{capture.sink(), settings, folder.path()};
     SystemLayout layout = sandboxLayout();
-    BrewService brewService{logger, layout};
+    SystemClock clock;
+    AskpassService askpassService{logger, layout};
+    BrewService brewService{logger, askpassService, layout, clock};
 
     SystemLayout sandboxLayout() const {
         SystemLayout result = SystemLayout::production();

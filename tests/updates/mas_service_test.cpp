@@ -4,7 +4,7 @@
 #include "core/settings_store.h"
 #include "core/system_layout.h"
 #include "updates/mas_error.h"
-#include "updates/process_launch_error.h"
+#include "core/process_launch_error.h"
 
 #include "support/await.h"
 #include "support/fake_mas_state.h"

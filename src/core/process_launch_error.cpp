@@ -1,4 +1,4 @@
-#include "updates/process_launch_error.h"
+#include "core/process_launch_error.h"
 
 #include <utility>
 

@@ -1,4 +1,4 @@
-#include "homebrew/strict_utf8.h"
+#include "core/strict_utf8.h"
 
 #include <QStringDecoder>
 
