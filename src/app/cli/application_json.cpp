@@ -1,5 +1,6 @@
 #include "app/cli/application_json.h"
 
+#include <QJsonArray>
 #include <QJsonValue>
 
 namespace tarnel {
@@ -18,9 +19,23 @@ QJsonValue sparkleInfoJson(const std::optional<SparkleInfo>& info) {
     };
 }
 
+QJsonObject caskJson(const Cask& cask) {
+    return QJsonObject{{QStringLiteral("name"), cask.name},
+                       {QStringLiteral("confidence"), cask.confidence}};
+}
+
+QJsonValue masAppJson(const std::optional<MASApp>& app) {
+    if (!app) {
+        return QJsonValue::Null;
+    }
+    return QJsonObject{{QStringLiteral("id"), app->id},
+                       {QStringLiteral("name"), app->name},
+                       {QStringLiteral("version"), app->version}};
+}
+
 }  // namespace
 
-QJsonObject applicationJson(const Application& application) {
+QJsonObject bundleJson(const Application& application) {
     return QJsonObject{
         {QStringLiteral("id"), application.id},
         {QStringLiteral("name"), application.name},
@@ -31,6 +46,27 @@ QJsonObject applicationJson(const Application& application) {
         {QStringLiteral("shortVersion"), application.shortVersion},
         {QStringLiteral("sparkleInfo"), sparkleInfoJson(application.sparkleInfo)},
     };
+}
+
+QJsonObject matchJson(const Application& application) {
+    QJsonObject object = bundleJson(application);
+    QJsonArray options;
+    for (const Cask& option : application.caskOptions) {
+        options.append(caskJson(option));
+    }
+    object.insert(QStringLiteral("caskOptions"), options);
+    object.insert(QStringLiteral("adoptedCask"),
+                  application.adoptedCask ? QJsonValue(caskJson(*application.adoptedCask))
+                                          : QJsonValue::Null);
+    return object;
+}
+
+QJsonObject applicationJson(const Application& application) {
+    QJsonObject object = matchJson(application);
+    object.insert(QStringLiteral("excluded"), application.excluded);
+    object.insert(QStringLiteral("alreadyAdopted"), application.alreadyAdopted);
+    object.insert(QStringLiteral("masApp"), masAppJson(application.masApp));
+    return object;
 }
 
 }  // namespace tarnel

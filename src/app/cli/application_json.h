@@ -6,7 +6,16 @@
 
 namespace tarnel {
 
-// An Application as a JSON object keyed by the record's field names.
+// JSON forms of an Application, keyed by the record's field names, so that
+// scripts can rely on them. Each form adds to the one before.
+
+// The facts of the bundle: id, names, path, identifier, versions, sparkleInfo.
+QJsonObject bundleJson(const Application& application);
+// The bundle facts plus `caskOptions` ([{name, confidence}], ranked) and
+// `adoptedCask` ({name, confidence} or null).
+QJsonObject matchJson(const Application& application);
+// The whole record: the match form plus `excluded`, `alreadyAdopted` and
+// `masApp` ({id, name, version} or null).
 QJsonObject applicationJson(const Application& application);
 
 }  // namespace tarnel

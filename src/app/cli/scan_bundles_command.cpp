@@ -29,7 +29,7 @@ LogSink standardErrorSink() {
 QByteArray jsonOutput(const QList<Application>& applications) {
     QJsonArray array;
     for (const Application& application : applications) {
-        array.append(applicationJson(application));
+        array.append(bundleJson(application));
     }
     return QJsonDocument(array).toJson(QJsonDocument::Indented);
 }
