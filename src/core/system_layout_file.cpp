@@ -44,17 +44,30 @@ SystemLayout readSystemLayoutFile(const QString& path) {
     }
     const QJsonObject object = document.object();
     const QDir base = QFileInfo(path).absoluteDir();
+    // Keys the file leaves out keep the values of a real installation.
     SystemLayout layout = SystemLayout::production();
-    const auto text = [&](const char* key) { return object.value(QLatin1String(key)).toString(); };
-    layout.applicationsDirectory = resolved(base, text("applicationsDirectory"));
-    layout.brewCandidates = resolvedList(base, object.value(QLatin1String("brewCandidates")));
-    layout.masCandidates = resolvedList(base, object.value(QLatin1String("masCandidates")));
-    layout.catalogueUrl = QUrl(text("catalogueUrl"));
-    layout.homeDirectory = resolved(base, text("homeDirectory"));
-    layout.temporaryDirectory = resolved(base, text("temporaryDirectory"));
-    layout.desktopDirectory = resolved(base, text("desktopDirectory"));
-    layout.extraTrustedCertificates = resolved(base, text("extraTrustedCertificates"));
-    layout.settingsFile = resolved(base, text("settingsFile"));
+    const auto readPath = [&](const char* key, QString& field) {
+        if (object.contains(QLatin1String(key))) {
+            field = resolved(base, object.value(QLatin1String(key)).toString());
+        }
+    };
+    const auto readPaths = [&](const char* key, QStringList& field) {
+        if (object.contains(QLatin1String(key))) {
+            field = resolvedList(base, object.value(QLatin1String(key)));
+        }
+    };
+    readPath("applicationsDirectory", layout.applicationsDirectory);
+    readPaths("brewCandidates", layout.brewCandidates);
+    readPaths("masCandidates", layout.masCandidates);
+    if (object.contains(QLatin1String("catalogueUrl"))) {
+        layout.catalogueUrl = QUrl(object.value(QLatin1String("catalogueUrl")).toString());
+    }
+    readPath("homeDirectory", layout.homeDirectory);
+    readPath("temporaryDirectory", layout.temporaryDirectory);
+    readPath("desktopDirectory", layout.desktopDirectory);
+    readPath("extraTrustedCertificates", layout.extraTrustedCertificates);
+    readPath("settingsFile", layout.settingsFile);
+    readPath("askpassDialogProgram", layout.askpassDialogProgram);
     if (object.contains(QLatin1String("preferredLanguages"))) {
         layout.preferredLanguages.clear();
         for (const QJsonValue& language :
@@ -76,6 +89,7 @@ void writeSystemLayoutFile(const SystemLayout& layout, const QString& path) {
         {QStringLiteral("desktopDirectory"), layout.desktopDirectory},
         {QStringLiteral("extraTrustedCertificates"), layout.extraTrustedCertificates},
         {QStringLiteral("settingsFile"), layout.settingsFile},
+        {QStringLiteral("askpassDialogProgram"), layout.askpassDialogProgram},
         {QStringLiteral("preferredLanguages"), toArray(layout.preferredLanguages)},
     };
     QSaveFile file(path);

@@ -55,3 +55,15 @@ TEST(SystemLayoutFile, AMissingOrBrokenFileIsAClearError) {
         EXPECT_NE(std::string(error.what()).find("broken.json"), std::string::npos);
     }
 }
+
+TEST(SystemLayoutFile, KeysLeftOutKeepTheProductionValues) {
+    QTemporaryDir folder;
+    QFile file(folder.filePath(QStringLiteral("layout.json")));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(R"({"applicationsDirectory": "Apps"})");
+    file.close();
+    const SystemLayout read = readSystemLayoutFile(file.fileName());
+    EXPECT_EQ(read.applicationsDirectory, folder.filePath(QStringLiteral("Apps")));
+    EXPECT_EQ(read.brewCandidates, SystemLayout::production().brewCandidates);
+    EXPECT_EQ(read.catalogueUrl, SystemLayout::production().catalogueUrl);
+}

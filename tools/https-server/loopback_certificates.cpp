@@ -113,15 +113,19 @@ void writeCertificate(const QString& path, X509* certificate) {
 
 }  // namespace
 
-LoopbackCertificates LoopbackCertificates::create(const QString& folder) {
-    require(QDir().mkpath(folder), "making the folder");
+LoopbackCertificates LoopbackCertificates::inFolder(const QString& folder) {
     const QDir directory(folder);
-    LoopbackCertificates files{
+    return {
         directory.filePath(QStringLiteral("authority-certificate.pem")),
         directory.filePath(QStringLiteral("authority-key.pem")),
         directory.filePath(QStringLiteral("server-certificate.pem")),
         directory.filePath(QStringLiteral("server-key.pem")),
     };
+}
+
+LoopbackCertificates LoopbackCertificates::create(const QString& folder) {
+    require(QDir().mkpath(folder), "making the folder");
+    const LoopbackCertificates files = inFolder(folder);
 
     const KeyPointer authorityKey = newKey();
     const CertificatePointer authority =

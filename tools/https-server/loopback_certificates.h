@@ -15,6 +15,8 @@ struct LoopbackCertificates {
 
     // Makes fresh keys and certificates in `folder`. Throws std::runtime_error.
     static LoopbackCertificates create(const QString& folder);
+    // The files that `create` made in `folder` earlier.
+    static LoopbackCertificates inFolder(const QString& folder);
 };
 
 }  // namespace tarnel

@@ -1,4 +1,6 @@
 #include "app/cli/scan_bundles_command.h"
+#include "app/cli/scan_command.h"
+#include "core/system_layout_file.h"
 
 #include <QCoreApplication>
 #include <QTextStream>
@@ -9,18 +11,41 @@
 namespace {
 
 const char usage[] =
-    "Usage: tarnel-cli <command> [options]\n"
+    "Usage: tarnel-cli [--sandbox DIR] <command> [options]\n"
+    "\n"
+    "  --sandbox DIR   work on the simulated Mac in DIR (see tarnel-sandbox)\n"
+    "                  instead of this machine\n"
     "\n"
     "Commands:\n"
+    "  scan [--json] [--verbose]\n"
+    "      Discovers every application and prints what Tarnel makes of it.\n"
     "  scan-bundles [--applications DIR] [--json] [--verbose]\n"
     "      Lists the application bundles and what each declares.\n";
 
 QCoro::Task<int> runCommand(QStringList arguments) {
-    const QString command = arguments.value(1);
-    if (command == QLatin1String("scan-bundles")) {
-        co_return co_await tarnel::runScanBundlesCommand(arguments.mid(1));
+    QTextStream errors(stderr);
+    tarnel::SystemLayout layout = tarnel::SystemLayout::production();
+    if (arguments.value(1) == QLatin1String("--sandbox")) {
+        if (arguments.size() < 3) {
+            errors << usage;
+            co_return 2;
+        }
+        try {
+            layout = tarnel::readSystemLayoutFile(arguments.at(2) + QStringLiteral("/layout.json"));
+        } catch (const tarnel::SystemLayoutFileError& error) {
+            errors << "tarnel-cli: " << error.what() << '\n';
+            co_return 1;
+        }
+        arguments.remove(1, 2);
     }
-    QTextStream(stderr) << usage;
+    const QString command = arguments.value(1);
+    if (command == QLatin1String("scan")) {
+        co_return co_await tarnel::runScanCommand(arguments.mid(1), layout);
+    }
+    if (command == QLatin1String("scan-bundles")) {
+        co_return co_await tarnel::runScanBundlesCommand(arguments.mid(1), layout);
+    }
+    errors << usage;
     co_return 2;
 }
 

@@ -2,6 +2,7 @@
 
 #include "app/cli/application_json.h"
 #include "app/cli/application_table.h"
+#include "app/cli/cli_services.h"
 #include "core/logger.h"
 #include "core/settings_store.h"
 #include "core/system_layout.h"
@@ -19,13 +20,6 @@ namespace tarnel {
 
 namespace {
 
-// Log lines go to standard error, so that standard output stays the result.
-LogSink standardErrorSink() {
-    return [](LogLevel, const QString& line) {
-        std::fprintf(stderr, "%s\n", line.toUtf8().constData());
-    };
-}
-
 QByteArray jsonOutput(const QList<Application>& applications) {
     QJsonArray array;
     for (const Application& application : applications) {
@@ -36,7 +30,7 @@ QByteArray jsonOutput(const QList<Application>& applications) {
 
 }  // namespace
 
-QCoro::Task<int> runScanBundlesCommand(QStringList arguments) {
+QCoro::Task<int> runScanBundlesCommand(QStringList arguments, SystemLayout layout) {
     QCommandLineParser parser;
     const QCommandLineOption applicationsOption(QStringLiteral("applications"),
                                                 QStringLiteral("The folder to scan."),
@@ -55,7 +49,6 @@ QCoro::Task<int> runScanBundlesCommand(QStringList arguments) {
         co_return 2;
     }
 
-    const SystemLayout layout = SystemLayout::production();
     const QString root = parser.isSet(applicationsOption) ? parser.value(applicationsOption)
                                                           : layout.applicationsDirectory;
     const auto settings = SettingsStore::open(layout.settingsFile);

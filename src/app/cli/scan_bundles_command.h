@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/system_layout.h"
+
 #include <QStringList>
 
 #include <qcoro/qcorotask.h>
@@ -10,6 +12,6 @@ namespace tarnel {
 // bundle in the applications folder and prints its facts as a table or as a
 // JSON array. `arguments` start with the command's own name. Gives the
 // process's exit status.
-QCoro::Task<int> runScanBundlesCommand(QStringList arguments);
+QCoro::Task<int> runScanBundlesCommand(QStringList arguments, SystemLayout layout);
 
 }  // namespace tarnel

@@ -1,0 +1,90 @@
+#include "app/cli/scan_command.h"
+
+#include "app/cli/application_json.h"
+#include "app/cli/application_status_table.h"
+#include "app/cli/cli_services.h"
+#include "app/cli/progress_bar.h"
+
+#include <QCommandLineParser>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QTextStream>
+
+#include <exception>
+
+namespace tarnel {
+
+namespace {
+
+QByteArray jsonOutput(const QList<Application>& applications) {
+    QJsonArray array;
+    for (const Application& application : applications) {
+        array.append(applicationJson(application));
+    }
+    return QJsonDocument(array).toJson(QJsonDocument::Indented);
+}
+
+// Homebrew must be there and answer before anything is discovered, as at the
+// program's own start.
+QCoro::Task<> checkHomebrew(CliServices& services) {
+    if (!services.brewService.isHomebrewAvailable()) {
+        throw BrewError::homebrewNotFound();
+    }
+    co_await services.brewService.executeBrewCommand({QStringLiteral("--version")}, false, false,
+                                                     {}, true);
+    co_await services.brewService.updateHomebrew();
+}
+
+}  // namespace
+
+QCoro::Task<int> runScanCommand(QStringList arguments, SystemLayout layout) {
+    QCommandLineParser parser;
+    const QCommandLineOption jsonOption(QStringLiteral("json"), QStringLiteral("Print JSON."));
+    const QCommandLineOption verboseOption(QStringLiteral("verbose"),
+                                           QStringLiteral("Print log lines on standard error."));
+    parser.addOptions({jsonOption, verboseOption});
+    QTextStream errors(stderr);
+    if (!parser.parse(arguments) || !parser.positionalArguments().isEmpty()) {
+        errors << "tarnel-cli scan: "
+               << (parser.positionalArguments().isEmpty()
+                       ? parser.errorText()
+                       : QStringLiteral("Unexpected argument: %1")
+                             .arg(parser.positionalArguments().constFirst()))
+               << '\n';
+        co_return 2;
+    }
+
+    CliServices services(layout, parser.isSet(verboseOption) ? standardErrorSink() : LogSink());
+    QList<Application> applications;
+    std::exception_ptr failure;
+    try {
+        co_await checkHomebrew(services);
+        ProgressBar progressBar(stderr);
+        applications = co_await services.discoveryService.discoverApplications(
+            [&progressBar](double fraction) -> QCoro::Task<> {
+                progressBar.show(fraction);
+                co_return;
+            });
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (failure) {
+        try {
+            std::rethrow_exception(failure);
+        } catch (const std::exception& error) {
+            errors << "tarnel-cli scan: discovery failed: " << error.what() << '\n';
+        }
+        co_return 1;
+    }
+
+    applications = sortedByDisplayName(std::move(applications));
+    QTextStream output(stdout);
+    if (parser.isSet(jsonOption)) {
+        output << jsonOutput(applications);
+    } else {
+        output << applicationStatusTable(applications);
+    }
+    co_return 0;
+}
+
+}  // namespace tarnel

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QString>
+
+#include <stdexcept>
+
+namespace tarnel {
+
+class SandboxError : public std::runtime_error {
+public:
+    explicit SandboxError(const QString& message) : std::runtime_error(message.toStdString()) {}
+};
+
+// Lays out a simulated Mac in a folder: an applications folder of real
+// bundles (some binary, some in subfolders or behind a link, a few that a
+// scan must skip), `brew` and `mas` at their usual places answering from
+// states in which some applications are adopted or from the store, the user's
+// settings, a catalogue to serve, a certificate authority of its own, and the
+// layout file that describes it all.
+class SandboxBuilder {
+public:
+    // `toolsFolder` holds fake-brew, fake-mas and tarnel-askpass.
+    SandboxBuilder(QString root, QString sharedFolder, QString toolsFolder);
+
+    void build() const;
+
+private:
+    QString path(const QString& relative) const;
+    void placeBundles() const;
+    void installTool(const QString& tool, const QString& where, const QString& stateFolder) const;
+    void writeBrewState() const;
+    void writeStoreState() const;
+    void writeSettings() const;
+    void writeCatalogue() const;
+    void writeLayout() const;
+
+    QString root;
+    QString sharedFolder;
+    QString toolsFolder;
+};
+
+}  // namespace tarnel
