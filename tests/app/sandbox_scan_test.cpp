@@ -1,0 +1,228 @@
+#include "support/test_paths.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+// The main job end to end: a sandbox is created and served by the real
+// tarnel-sandbox, and the real tarnel-cli discovers its applications.
+namespace {
+
+struct Finished {
+    int exitCode = -1;
+    QByteArray output;
+    QByteArray errors;
+};
+
+Finished run(const QString& tool, const QStringList& arguments) {
+    QProcess process;
+    process.start(toolPath(tool), arguments);
+    process.waitForFinished(120000);
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+QString createSandbox(const QTemporaryDir& folder) {
+    const QString root = folder.filePath(QStringLiteral("mac"));
+    const Finished created =
+        run(QStringLiteral("tarnel-sandbox"), {QStringLiteral("create"), root});
+    EXPECT_EQ(created.exitCode, 0) << created.errors.toStdString();
+    return root;
+}
+
+// Serves a sandbox for as long as it lives.
+class ServedSandbox {
+public:
+    explicit ServedSandbox(const QString& root) {
+        server.start(toolPath(QStringLiteral("tarnel-sandbox")), {QStringLiteral("serve"), root});
+        while (!announcement.contains('\n') && server.waitForReadyRead(30000)) {
+            announcement += server.readAllStandardOutput();
+        }
+    }
+    ~ServedSandbox() {
+        server.terminate();
+        server.waitForFinished(30000);
+    }
+    bool isServing() const { return announcement.startsWith("Serving "); }
+
+private:
+    QProcess server;
+    QByteArray announcement;
+};
+
+Finished scan(const QString& root, const QStringList& options = {}) {
+    return run(QStringLiteral("tarnel-cli"),
+               QStringList{QStringLiteral("--sandbox"), root, QStringLiteral("scan")} + options);
+}
+
+class SandboxScan : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        folder = std::make_unique<QTemporaryDir>();
+        root = createSandbox(*folder);
+        served = std::make_unique<ServedSandbox>(root);
+        ASSERT_TRUE(served->isServing());
+        const Finished finished = scan(root, {QStringLiteral("--json")});
+        ASSERT_EQ(finished.exitCode, 0) << finished.errors.toStdString();
+        records = QJsonDocument::fromJson(finished.output).array();
+    }
+    static void TearDownTestSuite() {
+        served.reset();
+        folder.reset();
+    }
+
+    static QJsonObject record(const QString& displayName) {
+        for (const QJsonValue& value : records) {
+            if (value[QStringLiteral("displayName")].toString() == displayName) {
+                return value.toObject();
+            }
+        }
+        ADD_FAILURE() << "no record for " << displayName.toStdString();
+        return {};
+    }
+
+    static inline std::unique_ptr<QTemporaryDir> folder;
+    static inline QString root;
+    static inline std::unique_ptr<ServedSandbox> served;
+    static inline QJsonArray records;
+};
+
+}  // namespace
+
+TEST_F(SandboxScan, FindsEveryApplicationOnceSortedByDisplayName) {
+    QStringList names;
+    for (const QJsonValue& value : records) {
+        names.append(value[QStringLiteral("displayName")].toString());
+    }
+    const QStringList expected{
+        u"Amethyst"_qs, u"CodeEdit"_qs, u"Hammerspoon"_qs,  u"Hidden Bar"_qs,
+        u"Ice"_qs,      u"IINA"_qs,     u"Itsycal"_qs,      u"KeepingYouAwake"_qs,
+        u"Loop"_qs,     u"Maccy"_qs,    u"MacDown"_qs,      u"MonitorControl"_qs,
+        u"OpenEmu"_qs,  u"Pika"_qs,     u"Rectangle"_qs,    u"Sequel Ace"_qs,
+        u"Stats"_qs,    u"SwiftBar"_qs, u"VirtualBuddy"_qs, u"Whisky"_qs,
+        u"Xcodes"_qs};
+    // Safari is excluded outright, Broken has no Info.plist, the uninstaller
+    // is skipped by its name and the copy four levels down is never reached.
+    EXPECT_EQ(names, expected);
+}
+
+TEST_F(SandboxScan, RecordsCarryEveryFieldName) {
+    const QJsonObject amethyst = record(QStringLiteral("Amethyst"));
+    for (const char* key : {"id", "name", "displayName", "bundlePath", "bundleIdentifier",
+                            "bundleVersion", "shortVersion", "sparkleInfo", "excluded",
+                            "adoptedCask", "alreadyAdopted", "caskOptions", "masApp"}) {
+        EXPECT_TRUE(amethyst.contains(QLatin1String(key))) << key;
+    }
+}
+
+TEST_F(SandboxScan, AnAdoptedApplicationHasItsCaskAndNoOptions) {
+    const QJsonObject rectangle = record(QStringLiteral("Rectangle"));
+    EXPECT_TRUE(rectangle[QStringLiteral("alreadyAdopted")].toBool());
+    EXPECT_EQ(rectangle[QStringLiteral("adoptedCask")][QStringLiteral("name")].toString(),
+              QStringLiteral("rectangle"));
+    EXPECT_TRUE(rectangle[QStringLiteral("caskOptions")].toArray().isEmpty());
+}
+
+TEST_F(SandboxScan, AnApplicationWhoseCaskWasDeprecatedStaysAdopted) {
+    const QJsonObject macdown = record(QStringLiteral("MacDown"));
+    EXPECT_TRUE(macdown[QStringLiteral("alreadyAdopted")].toBool());
+    EXPECT_EQ(macdown[QStringLiteral("adoptedCask")][QStringLiteral("name")].toString(),
+              QStringLiteral("macdown"));
+}
+
+TEST_F(SandboxScan, AnAdoptableApplicationHasRankedOptions) {
+    const QJsonArray options =
+        record(QStringLiteral("Amethyst"))[QStringLiteral("caskOptions")].toArray();
+    ASSERT_FALSE(options.isEmpty());
+    EXPECT_EQ(options[0][QStringLiteral("name")].toString(), QStringLiteral("amethyst"));
+    EXPECT_DOUBLE_EQ(options[0][QStringLiteral("confidence")].toDouble(), 1.0);
+    EXPECT_TRUE(record(QStringLiteral("Amethyst"))[QStringLiteral("adoptedCask")].isNull());
+}
+
+TEST_F(SandboxScan, AStoreApplicationHasItsStoreRecord) {
+    const QJsonObject hiddenBar = record(QStringLiteral("Hidden Bar"));
+    EXPECT_EQ(hiddenBar[QStringLiteral("masApp")][QStringLiteral("id")].toString(),
+              QStringLiteral("1452453066"));
+    EXPECT_TRUE(record(QStringLiteral("Loop"))[QStringLiteral("masApp")].isNull());
+}
+
+TEST_F(SandboxScan, AUserExcludedApplicationIsMarkedAndGetsNoOptions) {
+    const QJsonObject openEmu = record(QStringLiteral("OpenEmu"));
+    EXPECT_TRUE(openEmu[QStringLiteral("excluded")].toBool());
+    EXPECT_TRUE(openEmu[QStringLiteral("caskOptions")].toArray().isEmpty());
+}
+
+TEST_F(SandboxScan, ABundleBehindALinkHasItsTargetsPath) {
+    EXPECT_TRUE(record(QStringLiteral("Xcodes"))[QStringLiteral("bundlePath")].toString().endsWith(
+        QStringLiteral("/Elsewhere/Xcodes.app")));
+}
+
+TEST_F(SandboxScan, TheTableShowsEachStatusAndASummary) {
+    const Finished finished = scan(root);
+    ASSERT_EQ(finished.exitCode, 0) << finished.errors.toStdString();
+    const QString table = QString::fromUtf8(finished.output);
+    EXPECT_TRUE(table.contains(QStringLiteral("Managed by Homebrew: rectangle")));
+    EXPECT_TRUE(table.contains(QStringLiteral("Adoptable: amethyst (100%)")));
+    EXPECT_TRUE(table.contains(QStringLiteral("Mac App Store (1452453066)")));
+    EXPECT_TRUE(table.contains(QStringLiteral(
+        "21 applications: 3 managed by Homebrew, 11 adoptable, 1 from the Mac App Store, "
+        "1 excluded, 5 without a cask")));
+    // Piped, the progress bar stays silent.
+    EXPECT_TRUE(finished.errors.isEmpty()) << finished.errors.toStdString();
+}
+
+TEST(SandboxScanFailure, AnUnservedCatalogueFailsTheScanWithAMessage) {
+    QTemporaryDir folder;
+    const QString root = createSandbox(folder);
+    const Finished finished = scan(root);
+    EXPECT_NE(finished.exitCode, 0);
+    EXPECT_TRUE(finished.errors.contains("discovery failed")) << finished.errors.toStdString();
+    EXPECT_TRUE(finished.output.isEmpty());
+}
+
+TEST(SandboxScanFailure, MissingHomebrewFailsTheScanWithAMessage) {
+    QTemporaryDir folder;
+    const QString root = createSandbox(folder);
+    ASSERT_TRUE(QFile::remove(root + QStringLiteral("/opt/homebrew/bin/brew")));
+    const Finished finished = scan(root);
+    EXPECT_EQ(finished.exitCode, 1);
+    EXPECT_TRUE(
+        finished.errors.contains("Homebrew is not installed or not found in standard locations"))
+        << finished.errors.toStdString();
+}
+
+TEST(SandboxScanFailure, AMissingApplicationsFolderFailsTheScanWithAMessage) {
+    QTemporaryDir folder;
+    const QString root = createSandbox(folder);
+    ServedSandbox served(root);
+    ASSERT_TRUE(served.isServing());
+    ASSERT_TRUE(QDir(root + QStringLiteral("/Applications")).removeRecursively());
+    const Finished finished = scan(root);
+    EXPECT_EQ(finished.exitCode, 1);
+    EXPECT_TRUE(finished.errors.contains("/Applications directory not found"))
+        << finished.errors.toStdString();
+}
+
+TEST(SandboxScanFailure, AFolderThatIsNoSandboxIsRefused) {
+    QTemporaryDir folder;
+    const Finished finished = scan(folder.path());
+    EXPECT_EQ(finished.exitCode, 1);
+    EXPECT_TRUE(finished.errors.contains("layout.json")) << finished.errors.toStdString();
+}
+
+TEST(SandboxCreate, RefusesAFolderThatHoldsFiles) {
+    QTemporaryDir folder;
+    QFile(folder.filePath(QStringLiteral("keep.txt"))).open(QIODevice::WriteOnly);
+    const Finished created =
+        run(QStringLiteral("tarnel-sandbox"), {QStringLiteral("create"), folder.path()});
+    EXPECT_EQ(created.exitCode, 1);
+    EXPECT_TRUE(created.errors.contains("already holds files"));
+}
