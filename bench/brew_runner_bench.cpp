@@ -14,6 +14,8 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include "event_loop_main.h"
+
 #include <benchmark/benchmark.h>
 
 #include <qcoro/qcorotask.h>
@@ -82,9 +84,5 @@ BENCHMARK(plainProcess)->Unit(benchmark::kMillisecond)->MinTime(3.0);
 BENCHMARK(brewRunner)->Unit(benchmark::kMillisecond)->MinTime(3.0);
 
 int main(int argc, char** argv) {
-    QCoreApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return runBenchmarksWithEventLoop(argc, argv);
 }

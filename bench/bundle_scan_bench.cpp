@@ -11,6 +11,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include "event_loop_main.h"
+
 #include <benchmark/benchmark.h>
 #include <plist/plist.h>
 #include <qcoro/qcorotask.h>
@@ -126,11 +128,6 @@ BENCHMARK(PlainSingleThreadedParseFloor)->Unit(benchmark::kMillisecond)->UseReal
 
 }  // namespace
 
-// The coroutines resume through an event loop, so the run needs an application object.
 int main(int argc, char** argv) {
-    QCoreApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return runBenchmarksWithEventLoop(argc, argv);
 }

@@ -10,6 +10,10 @@
 
 namespace fakebrew {
 
+using tarnel::BundleVersion;
+using tarnel::readBundleVersion;
+using tarnel::writeBundleVersion;
+
 namespace {
 
 const QString caskOption = QStringLiteral("--cask");
@@ -46,7 +50,7 @@ BundleVersion expectedBundleVersion(const QJsonObject& cask) {
     if (!buildVersion.isEmpty()) {
         expected.buildVersion = buildVersion;
     }
-    if (expected.buildVersion.isEmpty()) {
+    if (expected.buildVersion->isEmpty()) {
         expected.buildVersion = expected.shortVersion;
     }
     return expected;

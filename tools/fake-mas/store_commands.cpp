@@ -1,6 +1,8 @@
 #include "store_commands.h"
 
-#include "info_plist_version.h"
+#include "bundle_version.h"
+
+#include <stdexcept>
 
 #include <exception>
 #include <thread>
@@ -59,8 +61,11 @@ Answer upgrade(StoreState& state, const QStringList& ids) {
         text += QStringLiteral("%1 (%2) -> (%3)\n").arg(app.name, app.version, update.version);
         progress += QStringLiteral("==> Downloading %1\n==> Installed %1\n").arg(app.name);
         app.version = update.version;
-        if (!app.bundlePath.isEmpty()) {
-            writeBundleVersion(app.bundlePath, update.version);
+        if (!app.bundlePath.isEmpty() &&
+            !writeBundleVersion(app.bundlePath, {update.version, std::nullopt})) {
+            throw std::runtime_error(QStringLiteral("cannot write the version into %1")
+                                         .arg(app.bundlePath)
+                                         .toStdString());
         }
         state.updates.removeIf(
             [&](const StoreState::Update& pending) { return pending.id == update.id; });

@@ -1,5 +1,6 @@
 #include "sandbox_builder.h"
 
+#include "bundle_version.h"
 #include "core/settings_store.h"
 #include "core/system_layout_file.h"
 #include "loopback_certificates.h"
@@ -11,8 +12,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-
-#include <plist/plist.h>
 
 #include <array>
 
@@ -116,21 +115,6 @@ void copyFolder(const QString& source, const QString& destination) {
     }
 }
 
-QByteArray toBinaryPropertyList(const QByteArray& xml, const QString& path) {
-    plist_t root = nullptr;
-    plist_from_memory(xml.constData(), static_cast<uint32_t>(xml.size()), &root);
-    if (!root) {
-        throw SandboxError(QStringLiteral("%1 is no property list").arg(path));
-    }
-    char* data = nullptr;
-    uint32_t length = 0;
-    plist_to_bin(root, &data, &length);
-    plist_free(root);
-    QByteArray binary(data, static_cast<qsizetype>(length));
-    plist_to_bin_free(data);
-    return binary;
-}
-
 void link(const QString& target, const QString& linkPath) {
     makeFolder(QFileInfo(linkPath).path());
     if (!QFile::link(target, linkPath)) {
@@ -177,9 +161,9 @@ void SandboxBuilder::placeBundles() const {
     for (const Placement& placement : placements) {
         const QString destination = path(QString::fromUtf8(placement.destination));
         copyFolder(fixtures + QString::fromUtf8(placement.fixture), destination);
-        if (placement.isBinary) {
-            const QString infoPlist = destination + QStringLiteral("/Contents/Info.plist");
-            writeFile(infoPlist, toBinaryPropertyList(readFile(infoPlist), infoPlist));
+        if (placement.isBinary && !convertInfoPlistToBinary(destination)) {
+            throw SandboxError(
+                QStringLiteral("Cannot rewrite the Info.plist of %1").arg(destination));
         }
     }
     link(QStringLiteral("../Elsewhere/Xcodes.app"),

@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <memory>
 
-namespace fakebrew {
+namespace tarnel {
 
 namespace {
 
@@ -26,10 +26,10 @@ QString infoPlistPath(const QString& bundlePath) {
     return QDir(bundlePath).filePath(QStringLiteral("Contents/Info.plist"));
 }
 
-QString stringAt(plist_t dictionary, const char* key) {
+std::optional<QString> stringAt(plist_t dictionary, const char* key) {
     plist_t node = plist_dict_get_item(dictionary, key);
     if (!node || plist_get_node_type(node) != PLIST_STRING) {
-        return {};
+        return std::nullopt;
     }
     char* value = nullptr;
     plist_get_string_val(node, &value);
@@ -66,6 +66,14 @@ QByteArray readFile(const QString& path) {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+bool writeFile(const QString& path, const QByteArray& bytes) {
+    if (!QDir().mkpath(QFileInfo(path).path())) {
+        return false;
+    }
+    QSaveFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) >= 0 && file.commit();
+}
+
 }  // namespace
 
 std::optional<BundleVersion> readBundleVersion(const QString& bundlePath) {
@@ -73,7 +81,7 @@ std::optional<BundleVersion> readBundleVersion(const QString& bundlePath) {
     if (!root) {
         return std::nullopt;
     }
-    return BundleVersion{stringAt(root.get(), shortVersionKey),
+    return BundleVersion{stringAt(root.get(), shortVersionKey).value_or(QString()),
                          stringAt(root.get(), buildVersionKey)};
 }
 
@@ -93,15 +101,17 @@ bool writeBundleVersion(const QString& bundlePath, const BundleVersion& version)
     }
     plist_dict_set_item(root.get(), shortVersionKey,
                         plist_new_string(version.shortVersion.toUtf8().constData()));
-    plist_dict_set_item(root.get(), buildVersionKey,
-                        plist_new_string(version.buildVersion.toUtf8().constData()));
-
-    if (!QDir().mkpath(QFileInfo(plistPath).path())) {
-        return false;
+    if (version.buildVersion) {
+        plist_dict_set_item(root.get(), buildVersionKey,
+                            plist_new_string(version.buildVersion->toUtf8().constData()));
     }
-    QSaveFile file(plistPath);
-    return file.open(QIODevice::WriteOnly) && file.write(serialise(root.get(), isBinary)) >= 0 &&
-           file.commit();
+    return writeFile(plistPath, serialise(root.get(), isBinary));
 }
 
-}  // namespace fakebrew
+bool convertInfoPlistToBinary(const QString& bundlePath) {
+    const QString plistPath = infoPlistPath(bundlePath);
+    const PlistPointer root = parse(readFile(plistPath));
+    return root && writeFile(plistPath, serialise(root.get(), true));
+}
+
+}  // namespace tarnel

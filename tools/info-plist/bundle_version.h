@@ -4,12 +4,14 @@
 
 #include <optional>
 
-namespace fakebrew {
+namespace tarnel {
 
-// The two version keys of a bundle's Info.plist.
+// The two version keys of a bundle's Info.plist; the sandbox's tools change
+// them the way installers and updates do.
 struct BundleVersion {
     QString shortVersion;
-    QString buildVersion;
+    // Absent when the file has none; a write then leaves the key as it is.
+    std::optional<QString> buildVersion;
 };
 
 // Reads Contents/Info.plist of the bundle, XML or binary.
@@ -19,4 +21,7 @@ std::optional<BundleVersion> readBundleVersion(const QString& bundlePath);
 // without Info.plist gets a new XML one named after the bundle.
 bool writeBundleVersion(const QString& bundlePath, const BundleVersion& version);
 
-}  // namespace fakebrew
+// Rewrites the bundle's Info.plist in the binary form.
+bool convertInfoPlistToBinary(const QString& bundlePath);
+
+}  // namespace tarnel
