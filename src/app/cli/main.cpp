@@ -1,3 +1,4 @@
+#include "app/cli/match_command.h"
 #include "app/cli/scan_bundles_command.h"
 
 #include <QCoreApplication>
@@ -13,12 +14,17 @@ const char usage[] =
     "\n"
     "Commands:\n"
     "  scan-bundles [--applications DIR] [--json] [--verbose]\n"
-    "      Lists the application bundles and what each declares.\n";
+    "      Lists the application bundles and what each declares.\n"
+    "  match --applications DIR [--catalogue FILE] [--installed TOKEN,...] [--json]\n"
+    "      Matches the bundles against the cask catalogue.\n";
 
 QCoro::Task<int> runCommand(QStringList arguments) {
     const QString command = arguments.value(1);
     if (command == QLatin1String("scan-bundles")) {
         co_return co_await tarnel::runScanBundlesCommand(arguments.mid(1));
+    }
+    if (command == QLatin1String("match")) {
+        co_return co_await tarnel::runMatchCommand(arguments.mid(1));
     }
     QTextStream(stderr) << usage;
     co_return 2;
