@@ -2,14 +2,13 @@
 
 #include "app/cli/application_json.h"
 #include "app/cli/application_table.h"
+#include "app/cli/command_line.h"
 #include "core/async/task_group.h"
 #include "core/async/worker_pool.h"
 #include "core/logger.h"
 #include "core/settings_store.h"
 #include "core/system_clock.h"
 #include "core/system_layout.h"
-#include "discovery/applications_folder_reader.h"
-#include "discovery/directory_listing_error.h"
 #include "homebrew/askpass_service.h"
 #include "homebrew/brew_error.h"
 #include "homebrew/brew_service.h"
@@ -24,8 +23,6 @@
 #include <QCommandLineParser>
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QTextStream>
 
 #include <memory>
@@ -36,12 +33,12 @@ namespace tarnel {
 
 namespace {
 
-const char errorPrefix[] = "tarnel-cli match: ";
+const QString command = QStringLiteral("match");
 
 // The body of a catalogue file, or why it could not be read.
 struct CatalogueFile {
     QByteArray bytes;
-    QString failure;
+    std::optional<QString> failure;
 };
 
 CatalogueFile readCatalogueFile(const QString& path) {
@@ -53,7 +50,37 @@ CatalogueFile readCatalogueFile(const QString& path) {
     if (file.error() != QFileDevice::NoError) {
         return {{}, file.errorString()};
     }
-    return {std::move(bytes), {}};
+    return {std::move(bytes), std::nullopt};
+}
+
+// The catalogue's body, from `file` when given and else from the endpoint of
+// `layout`. On a failure it says why and gives nothing.
+QCoro::Task<std::optional<QByteArray>> loadCatalogue(std::optional<QString> file,
+                                                     SystemLayout layout, Logger& logger) {
+    if (file) {
+        const CatalogueFile read =
+            co_await runOnWorkerPool([path = *file] { return readCatalogueFile(path); });
+        if (read.failure) {
+            reportCommandFailure(
+                command,
+                QStringLiteral("cannot read the catalogue %1: %2").arg(*file, *read.failure));
+            co_return std::nullopt;
+        }
+        co_return read.bytes;
+    }
+    const SystemClock clock;
+    AskpassService askpass(logger, layout);
+    BrewService brew(logger, askpass, layout, clock);
+    std::optional<QString> failure;
+    try {
+        co_return co_await brew.fetchCaskCatalogue();
+    } catch (const BrewError& error) {
+        failure = error.description();
+    } catch (const NetworkRequestError& error) {
+        failure = error.description();
+    }
+    reportCommandFailure(command, QStringLiteral("cannot fetch the catalogue: ") + *failure);
+    co_return std::nullopt;
 }
 
 // The installed tokens as given, or nothing when the option is absent.
@@ -85,6 +112,26 @@ QCoro::Task<std::shared_ptr<const CaskIndex>> parsedOnWorkerPool(QByteArray byte
         return std::make_shared<const CaskIndex>(
             parseCaskCatalogue(bytes, includeDeprecated, applicationsFolder));
     });
+}
+
+// Both readings of the catalogue, with app artifacts in `applicationsFolder`.
+// When it is malformed it says so, naming it by `source`, and gives nothing.
+QCoro::Task<std::optional<Catalogues>> parseCatalogues(QByteArray bytes, QString source,
+                                                       QString applicationsFolder) {
+    std::optional<QString> failure;
+    try {
+        Catalogues catalogues;
+        catalogues.current = co_await parsedOnWorkerPool(bytes, false, applicationsFolder);
+        catalogues.withDeprecated = co_await parsedOnWorkerPool(bytes, true, applicationsFolder);
+        co_return catalogues;
+    } catch (const JSONSyntaxError& error) {
+        failure = error.description();
+    } catch (const CaskError& error) {
+        failure = error.description();
+    }
+    reportCommandFailure(command,
+                         QStringLiteral("the catalogue %1 is malformed: %2").arg(source, *failure));
+    co_return std::nullopt;
 }
 
 // Unlike discovery, which hides the options of an adopted application, both
@@ -122,14 +169,6 @@ QCoro::Task<QList<Application>> matchAll(QList<Application> applications, Catalo
     co_return applications;
 }
 
-QByteArray jsonOutput(const QList<Application>& applications) {
-    QJsonArray array;
-    for (const Application& application : applications) {
-        array.append(matchJson(application));
-    }
-    return QJsonDocument(array).toJson(QJsonDocument::Indented);
-}
-
 }  // namespace
 
 QCoro::Task<int> runMatchCommand(QStringList arguments) {
@@ -145,17 +184,11 @@ QCoro::Task<int> runMatchCommand(QStringList arguments) {
         QStringLiteral("TOKEN,..."));
     const QCommandLineOption jsonOption(QStringLiteral("json"), QStringLiteral("Print JSON."));
     parser.addOptions({applicationsOption, catalogueOption, installedOption, jsonOption});
-    QTextStream errors(stderr);
-    if (!parser.parse(arguments) || !parser.positionalArguments().isEmpty()) {
-        const QString problem = parser.positionalArguments().isEmpty()
-                                    ? parser.errorText()
-                                    : QStringLiteral("Unexpected argument: %1")
-                                          .arg(parser.positionalArguments().constFirst());
-        errors << errorPrefix << problem << '\n';
+    if (!parseCommandLine(parser, arguments, command)) {
         co_return 2;
     }
     if (!parser.isSet(applicationsOption)) {
-        errors << errorPrefix << "the option --applications DIR is required\n";
+        reportCommandFailure(command, QStringLiteral("the option --applications DIR is required"));
         co_return 2;
     }
 
@@ -166,65 +199,32 @@ QCoro::Task<int> runMatchCommand(QStringList arguments) {
     const QString root = folder.exists() ? folder.canonicalFilePath() : folder.absoluteFilePath();
     const auto settings = SettingsStore::open(layout.settingsFile);
     Logger logger(LogSink(), *settings, layout.desktopDirectory);
-    QList<Application> applications;
-    try {
-        applications = co_await readApplicationsFolder(root, layout.preferredLanguages, logger);
-    } catch (const DirectoryListingError& error) {
-        errors << errorPrefix << "cannot read the applications folder " << error.path() << ": "
-               << error.reason() << '\n';
+    const std::optional<QList<Application>> applications =
+        co_await readApplicationsForCommand(root, layout.preferredLanguages, logger, command);
+    if (!applications) {
         co_return 1;
     }
 
-    QByteArray catalogueBytes;
-    QString catalogueSource;
-    if (parser.isSet(catalogueOption)) {
-        catalogueSource = parser.value(catalogueOption);
-        const CatalogueFile file = co_await runOnWorkerPool(
-            [catalogueSource] { return readCatalogueFile(catalogueSource); });
-        if (!file.failure.isEmpty()) {
-            errors << errorPrefix << "cannot read the catalogue " << catalogueSource << ": "
-                   << file.failure << '\n';
-            co_return 1;
-        }
-        catalogueBytes = file.bytes;
-    } else {
-        catalogueSource = layout.catalogueUrl.toString();
-        const SystemClock clock;
-        AskpassService askpass(logger, layout);
-        BrewService brew(logger, askpass, layout, clock);
-        try {
-            catalogueBytes = co_await brew.fetchCaskCatalogue();
-        } catch (const BrewError& error) {
-            errors << errorPrefix << "cannot fetch the catalogue: " << error.description() << '\n';
-            co_return 1;
-        } catch (const NetworkRequestError& error) {
-            errors << errorPrefix << "cannot fetch the catalogue: " << error.description() << '\n';
-            co_return 1;
-        }
+    const std::optional<QString> catalogueFile =
+        parser.isSet(catalogueOption) ? std::optional(parser.value(catalogueOption)) : std::nullopt;
+    const std::optional<QByteArray> bytes = co_await loadCatalogue(catalogueFile, layout, logger);
+    if (!bytes) {
+        co_return 1;
     }
-
     // App artifacts point into the folder being matched, so that a copy of
     // the applications elsewhere matches by path as it would in place.
-    const CaskLocations locations{root, layout.homeDirectory};
-    Catalogues catalogues;
-    try {
-        catalogues.current = co_await parsedOnWorkerPool(catalogueBytes, false, root);
-        catalogues.withDeprecated = co_await parsedOnWorkerPool(catalogueBytes, true, root);
-    } catch (const JSONSyntaxError& error) {
-        errors << errorPrefix << "the catalogue " << catalogueSource
-               << " is malformed: " << error.description() << '\n';
-        co_return 1;
-    } catch (const CaskError& error) {
-        errors << errorPrefix << "the catalogue " << catalogueSource
-               << " is malformed: " << error.description() << '\n';
+    const std::optional<Catalogues> catalogues = co_await parseCatalogues(
+        *bytes, catalogueFile.value_or(layout.catalogueUrl.toString()), root);
+    if (!catalogues) {
         co_return 1;
     }
 
-    const QList<Application> results = co_await matchAll(
-        applications, catalogues, installedTokens(parser, installedOption), locations, logger);
+    const QList<Application> results =
+        co_await matchAll(*applications, *catalogues, installedTokens(parser, installedOption),
+                          CaskLocations{root, layout.homeDirectory}, logger);
     QTextStream output(stdout);
     if (parser.isSet(jsonOption)) {
-        output << jsonOutput(results);
+        output << jsonArrayText(results, matchJson);
     } else {
         output << matchTable(results);
     }
