@@ -1,4 +1,5 @@
-#include "support/await.h"
+#include "cli_fixture.h"
+
 #include "support/test_paths.h"
 
 #include <QDir>
@@ -6,13 +7,10 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
-
-#include <qcoro/qcoroprocess.h>
 
 #include <cstdio>
 
@@ -21,67 +19,18 @@
 
 namespace {
 
-struct ProcessResult {
-    int exitCode = -1;
-    QByteArray output;
-    QByteArray errors;
-};
-
-QCoro::Task<ProcessResult> runProcess(QString program, QStringList arguments, QString home) {
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    // The program opens the user's settings; keep them inside the test's folder.
-    environment.insert(QStringLiteral("HOME"), home);
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/config"));
-    process.setProcessEnvironment(environment);
-    co_await qCoro(process).start(program, arguments);
-    co_await qCoro(process).waitForFinished(-1);
-    co_return ProcessResult{process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-                            process.readAllStandardOutput(), process.readAllStandardError()};
-}
-
-// A temporary copy of the real bundles in the shared fixtures.
-class ScanBundlesCommand : public ::testing::Test {
+// Runs `scan-bundles` on the copy of the fixture bundles.
+class ScanBundlesCommand : public CliFixture {
 protected:
-    void SetUp() override {
-        const auto copy = await(runProcess(
-            QStringLiteral("cp"),
-            {QStringLiteral("-R"), fixturesDir() + QStringLiteral("/bundles"), applications()},
-            folder.path()));
-        ASSERT_EQ(copy.exitCode, 0) << copy.errors.toStdString();
-    }
-
-    QString applications() const { return folder.filePath(QStringLiteral("Applications")); }
-
-    ProcessResult scan(QStringList options) const {
-        return await(runProcess(toolPath(QStringLiteral("tarnel-cli")),
-                                QStringList{QStringLiteral("scan-bundles")} + options,
-                                folder.path()));
+    CliResult scan(QStringList options) const {
+        return run(QStringList{QStringLiteral("scan-bundles")} + options);
     }
 
     QJsonArray scanJson(QStringList options = {}) const {
-        const auto result = scan(QStringList{QStringLiteral("--applications"), applications(),
-                                             QStringLiteral("--json")} +
-                                 options);
-        EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();
-        QJsonParseError error;
-        const QJsonDocument document = QJsonDocument::fromJson(result.output, &error);
-        EXPECT_EQ(error.error, QJsonParseError::NoError) << error.errorString().toStdString();
-        EXPECT_TRUE(document.isArray());
-        return document.array();
+        return jsonOf(scan(QStringList{QStringLiteral("--applications"), applications(),
+                                       QStringLiteral("--json")} +
+                           options));
     }
-
-    QJsonObject record(const QJsonArray& records, const QString& name) const {
-        for (const QJsonValue& value : records) {
-            if (value[QStringLiteral("name")] == name) {
-                return value.toObject();
-            }
-        }
-        ADD_FAILURE() << "no record for " << name.toStdString();
-        return {};
-    }
-
-    QTemporaryDir folder;
 };
 
 QStringList fixtureNames() {
@@ -265,7 +214,7 @@ TEST_F(ScanBundlesCommand, RejectsAnArgumentThatIsNoOption) {
 
 TEST(TarnelCli, PrintsUsageAndFailsWithoutACommand) {
     QTemporaryDir home;
-    const auto result = await(runProcess(toolPath(QStringLiteral("tarnel-cli")), {}, home.path()));
+    const CliResult result = runCli(toolPath(QStringLiteral("tarnel-cli")), {}, home.path());
 
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_TRUE(result.errors.startsWith("Usage: tarnel-cli"));

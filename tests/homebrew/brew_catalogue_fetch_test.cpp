@@ -1,8 +1,7 @@
-#include "brew_sandbox.h"
+#include "catalogue_sandbox.h"
 
 #include "homebrew/brew_error.h"
 #include "homebrew/network_request_error.h"
-#include "loopback_https_server.h"
 #include "support/await.h"
 #include "support/test_paths.h"
 
@@ -14,8 +13,6 @@ using namespace tarnel;
 
 namespace {
 
-const QString cataloguePath = QStringLiteral("/api/cask.json");
-
 QString catalogueFile() {
     return sharedDir() + QStringLiteral("/data/catalogue.json");
 }
@@ -24,26 +21,6 @@ QByteArray catalogueBytes() {
     QFile file(catalogueFile());
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
-
-// A sandbox whose catalogue endpoint is a loopback server trusted through the
-// extra certificates of the layout.
-class CatalogueSandbox : public BrewSandbox {
-public:
-    CatalogueSandbox()
-        : certificates(LoopbackCertificates::create(path(QStringLiteral("certificates")))),
-          server(certificates) {
-        if (!server.start()) {
-            ADD_FAILURE() << "the loopback server did not start";
-        }
-        QUrl url = server.baseUrl();
-        url.setPath(cataloguePath);
-        layout.catalogueUrl = url;
-        layout.extraTrustedCertificates = certificates.authorityCertificate;
-    }
-
-    LoopbackCertificates certificates;
-    LoopbackHttpsServer server;
-};
 
 BrewError brewErrorOf(BrewSandbox& sandbox) {
     try {
@@ -59,7 +36,7 @@ BrewError brewErrorOf(BrewSandbox& sandbox) {
 
 TEST(BrewCatalogueFetch, ReturnsTheBodyOfAGzippedAnswer) {
     CatalogueSandbox sandbox;
-    sandbox.server.setRoute(cataloguePath, ServedRoute::file(catalogueFile()));
+    sandbox.server.setRoute(cataloguePath(), ServedRoute::file(catalogueFile()));
     EXPECT_EQ(await(sandbox.brewService().fetchCaskCatalogue()), catalogueBytes());
     const QList<ServedRequest> served = sandbox.server.servedRequests();
     ASSERT_EQ(served.size(), 1);
@@ -73,7 +50,7 @@ TEST(BrewCatalogueFetch, ReturnsTheBodyOfAnUncompressedAnswer) {
     CatalogueSandbox sandbox;
     ServedRoute route = ServedRoute::bytes("[{\"token\":\"firefox\",\"version\":\"1.0\"}]");
     route.isCompressible = false;
-    sandbox.server.setRoute(cataloguePath, route);
+    sandbox.server.setRoute(cataloguePath(), route);
     EXPECT_EQ(await(sandbox.brewService().fetchCaskCatalogue()),
               QByteArray("[{\"token\":\"firefox\",\"version\":\"1.0\"}]"));
     EXPECT_TRUE(sandbox.server.servedRequests().value(0).contentEncoding.isEmpty());
@@ -81,14 +58,14 @@ TEST(BrewCatalogueFetch, ReturnsTheBodyOfAnUncompressedAnswer) {
 
 TEST(BrewCatalogueFetch, ReturnsAnEmptyBodyOfStatus200) {
     CatalogueSandbox sandbox;
-    sandbox.server.setRoute(cataloguePath, ServedRoute::bytes(QByteArray()));
+    sandbox.server.setRoute(cataloguePath(), ServedRoute::bytes(QByteArray()));
     EXPECT_TRUE(await(sandbox.brewService().fetchCaskCatalogue()).isEmpty());
 }
 
 TEST(BrewCatalogueFetch, StatusOtherThan200IsApiRequestFailed) {
     for (const int status : {201, 404, 500}) {
         CatalogueSandbox sandbox;
-        sandbox.server.setRoute(cataloguePath, ServedRoute::bytes("[]", status));
+        sandbox.server.setRoute(cataloguePath(), ServedRoute::bytes("[]", status));
         const BrewError error = brewErrorOf(sandbox);
         EXPECT_EQ(error.kind(), BrewError::Kind::apiRequestFailed) << status;
         EXPECT_EQ(error.description(), QStringLiteral("Failed to fetch data from Homebrew API"));
@@ -97,7 +74,7 @@ TEST(BrewCatalogueFetch, StatusOtherThan200IsApiRequestFailed) {
 
 TEST(BrewCatalogueFetch, UntrustedCertificateIsANetworkError) {
     CatalogueSandbox sandbox;
-    sandbox.server.setRoute(cataloguePath, ServedRoute::bytes("[]"));
+    sandbox.server.setRoute(cataloguePath(), ServedRoute::bytes("[]"));
     sandbox.layout.extraTrustedCertificates.clear();
     try {
         await(sandbox.brewService().fetchCaskCatalogue());

@@ -52,3 +52,11 @@ tarnel::BrewService& BrewSandbox::brewService() {
     }
     return *brew;
 }
+
+tarnel::CaskService& BrewSandbox::caskService() {
+    if (!casks) {
+        casks = std::make_unique<tarnel::CaskService>(logger, brewService(), clock,
+                                                      tarnel::CaskLocations::of(layout));
+    }
+    return *casks;
+}

@@ -5,6 +5,7 @@
 #include "core/system_layout.h"
 #include "homebrew/askpass_service.h"
 #include "homebrew/brew_service.h"
+#include "homebrew/cask_service.h"
 #include "support/fake_brew_state.h"
 #include "support/log_capture.h"
 #include "support/manual_clock.h"
@@ -29,6 +30,8 @@ public:
 
     tarnel::BrewService& brewService();
     tarnel::AskpassService& askpassService();
+    // Its locations are the sandbox's applications folder and home.
+    tarnel::CaskService& caskService();
 
     QTemporaryDir root;
     LogCapture capture;
@@ -41,4 +44,5 @@ private:
     tarnel::Logger logger;
     std::unique_ptr<tarnel::AskpassService> askpass;
     std::unique_ptr<tarnel::BrewService> brew;
+    std::unique_ptr<tarnel::CaskService> casks;
 };

@@ -1,6 +1,7 @@
 #include "app/cli/application_json.h"
 
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <QJsonValue>
 
 namespace tarnel {
@@ -67,6 +68,15 @@ QJsonObject applicationJson(const Application& application) {
     object.insert(QStringLiteral("alreadyAdopted"), application.alreadyAdopted);
     object.insert(QStringLiteral("masApp"), masAppJson(application.masApp));
     return object;
+}
+
+QByteArray jsonArrayText(const QList<Application>& applications,
+                         QJsonObject (*form)(const Application&)) {
+    QJsonArray array;
+    for (const Application& application : applications) {
+        array.append(form(application));
+    }
+    return QJsonDocument(array).toJson(QJsonDocument::Indented);
 }
 
 }  // namespace tarnel

@@ -2,7 +2,9 @@
 
 #include "core/records/application.h"
 
+#include <QByteArray>
 #include <QJsonObject>
+#include <QList>
 
 namespace tarnel {
 
@@ -17,5 +19,9 @@ QJsonObject matchJson(const Application& application);
 // The whole record: the match form plus `excluded`, `alreadyAdopted` and
 // `masApp` ({id, name, version} or null).
 QJsonObject applicationJson(const Application& application);
+
+// The applications as an indented JSON array, each in the given form.
+QByteArray jsonArrayText(const QList<Application>& applications,
+                         QJsonObject (*form)(const Application&));
 
 }  // namespace tarnel

@@ -23,16 +23,13 @@ QStringList rowOf(const Application& application) {
             sparkle && sparkle->publicKey ? *sparkle->publicKey : missing};
 }
 
-}  // namespace
+// A cask as a cell: its token and how sure the match is, in percent.
+QString withConfidence(const Cask& cask) {
+    return QStringLiteral("%1 (%2%)").arg(cask.name).arg(qRound(cask.confidence * 100));
+}
 
-QString applicationTable(const QList<Application>& applications) {
-    std::vector<QStringList> rows{{QStringLiteral("Name"), QStringLiteral("Display name"),
-                                   QStringLiteral("Identifier"), QStringLiteral("Version"),
-                                   QStringLiteral("Short version"), QStringLiteral("Sparkle feed"),
-                                   QStringLiteral("Sparkle key")}};
-    for (const Application& application : applications) {
-        rows.push_back(rowOf(application));
-    }
+// The rows with a header row first, each column padded to its widest cell.
+QString tableText(const std::vector<QStringList>& rows) {
     std::vector<qsizetype> widths(rows.front().size(), 0);
     for (const QStringList& row : rows) {
         for (qsizetype column = 0; column < row.size(); ++column) {
@@ -48,6 +45,35 @@ QString applicationTable(const QList<Application>& applications) {
         table += row.back() + u'\n';
     }
     return table;
+}
+
+}  // namespace
+
+QString applicationTable(const QList<Application>& applications) {
+    std::vector<QStringList> rows{{QStringLiteral("Name"), QStringLiteral("Display name"),
+                                   QStringLiteral("Identifier"), QStringLiteral("Version"),
+                                   QStringLiteral("Short version"), QStringLiteral("Sparkle feed"),
+                                   QStringLiteral("Sparkle key")}};
+    for (const Application& application : applications) {
+        rows.push_back(rowOf(application));
+    }
+    return tableText(rows);
+}
+
+QString matchTable(const QList<Application>& applications) {
+    std::vector<QStringList> rows{
+        {QStringLiteral("Name"), QStringLiteral("Installed cask"), QStringLiteral("Cask options")}};
+    for (const Application& application : applications) {
+        QStringList options;
+        for (const Cask& option : application.caskOptions) {
+            options.append(withConfidence(option));
+        }
+        rows.push_back(
+            {application.name,
+             application.adoptedCask ? withConfidence(*application.adoptedCask) : missing,
+             options.isEmpty() ? missing : options.join(QStringLiteral(", "))});
+    }
+    return tableText(rows);
 }
 
 }  // namespace tarnel

@@ -1,3 +1,4 @@
+#include "app/cli/match_command.h"
 #include "app/cli/scan_bundles_command.h"
 #include "app/cli/scan_command.h"
 #include "core/system_layout_file.h"
@@ -20,7 +21,9 @@ const char usage[] =
     "  scan [--json] [--verbose]\n"
     "      Discovers every application and prints what Tarnel makes of it.\n"
     "  scan-bundles [--applications DIR] [--json] [--verbose]\n"
-    "      Lists the application bundles and what each declares.\n";
+    "      Lists the application bundles and what each declares.\n"
+    "  match --applications DIR [--catalogue FILE] [--installed TOKEN,...] [--json]\n"
+    "      Matches the bundles against the cask catalogue.\n";
 
 QCoro::Task<int> runCommand(QStringList arguments) {
     QTextStream errors(stderr);
@@ -44,6 +47,9 @@ QCoro::Task<int> runCommand(QStringList arguments) {
     }
     if (command == QLatin1String("scan-bundles")) {
         co_return co_await tarnel::runScanBundlesCommand(arguments.mid(1), layout);
+    }
+    if (command == QLatin1String("match")) {
+        co_return co_await tarnel::runMatchCommand(arguments.mid(1), layout);
     }
     errors << usage;
     co_return 2;

@@ -3,11 +3,10 @@
 #include "app/cli/application_json.h"
 #include "app/cli/application_status_table.h"
 #include "app/cli/cli_services.h"
+#include "app/cli/command_line.h"
 #include "app/cli/progress_bar.h"
 
 #include <QCommandLineParser>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QTextStream>
 
 #include <exception>
@@ -15,14 +14,6 @@
 namespace tarnel {
 
 namespace {
-
-QByteArray jsonOutput(const QList<Application>& applications) {
-    QJsonArray array;
-    for (const Application& application : applications) {
-        array.append(applicationJson(application));
-    }
-    return QJsonDocument(array).toJson(QJsonDocument::Indented);
-}
 
 // Homebrew must be there and answer before anything is discovered, as at the
 // program's own start.
@@ -43,14 +34,8 @@ QCoro::Task<int> runScanCommand(QStringList arguments, SystemLayout layout) {
     const QCommandLineOption verboseOption(QStringLiteral("verbose"),
                                            QStringLiteral("Print log lines on standard error."));
     parser.addOptions({jsonOption, verboseOption});
-    QTextStream errors(stderr);
-    if (!parser.parse(arguments) || !parser.positionalArguments().isEmpty()) {
-        errors << "tarnel-cli scan: "
-               << (parser.positionalArguments().isEmpty()
-                       ? parser.errorText()
-                       : QStringLiteral("Unexpected argument: %1")
-                             .arg(parser.positionalArguments().constFirst()))
-               << '\n';
+    const QString command = QStringLiteral("scan");
+    if (!parseCommandLine(parser, arguments, command)) {
         co_return 2;
     }
 
@@ -72,7 +57,9 @@ QCoro::Task<int> runScanCommand(QStringList arguments, SystemLayout layout) {
         try {
             std::rethrow_exception(failure);
         } catch (const std::exception& error) {
-            errors << "tarnel-cli scan: discovery failed: " << error.what() << '\n';
+            reportCommandFailure(
+                command,
+                QStringLiteral("discovery failed: %1").arg(QString::fromUtf8(error.what())));
         }
         co_return 1;
     }
@@ -80,7 +67,7 @@ QCoro::Task<int> runScanCommand(QStringList arguments, SystemLayout layout) {
     applications = sortedByDisplayName(std::move(applications));
     QTextStream output(stdout);
     if (parser.isSet(jsonOption)) {
-        output << jsonOutput(applications);
+        output << jsonArrayText(applications, applicationJson);
     } else {
         output << applicationStatusTable(applications);
     }

@@ -1,0 +1,61 @@
+#include "cli_fixture.h"
+
+#include "support/await.h"
+#include "support/test_paths.h"
+
+#include <QJsonDocument>
+#include <QProcess>
+
+#include <qcoro/qcoroprocess.h>
+
+namespace {
+
+QCoro::Task<CliResult> runToEnd(QString program, QStringList arguments, QString home) {
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    // The program opens the user's settings; keep them inside the test's folder.
+    environment.insert(QStringLiteral("HOME"), home);
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/config"));
+    process.setProcessEnvironment(environment);
+    co_await qCoro(process).start(program, arguments);
+    co_await qCoro(process).waitForFinished(-1);
+    co_return CliResult{process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+                        process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+}  // namespace
+
+CliResult runCli(const QString& program, const QStringList& arguments, const QString& home) {
+    return await(runToEnd(program, arguments, home));
+}
+
+void CliFixture::SetUp() {
+    const CliResult copy =
+        runCli(QStringLiteral("cp"),
+               {QStringLiteral("-R"), fixturesDir() + QStringLiteral("/bundles"), applications()},
+               folder.path());
+    ASSERT_EQ(copy.exitCode, 0) << copy.errors.toStdString();
+}
+
+CliResult CliFixture::run(const QStringList& arguments) const {
+    return runCli(toolPath(QStringLiteral("tarnel-cli")), arguments, folder.path());
+}
+
+QJsonArray CliFixture::jsonOf(const CliResult& result) const {
+    EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(result.output, &error);
+    EXPECT_EQ(error.error, QJsonParseError::NoError) << error.errorString().toStdString();
+    EXPECT_TRUE(document.isArray());
+    return document.array();
+}
+
+QJsonObject CliFixture::record(const QJsonArray& records, const QString& name) const {
+    for (const QJsonValue& value : records) {
+        if (value[QStringLiteral("name")] == name) {
+            return value.toObject();
+        }
+    }
+    ADD_FAILURE() << "no record for " << name.toStdString();
+    return {};
+}
