@@ -51,6 +51,14 @@ QStringList tokens(const QList<Cask>& casks) {
     return names;
 }
 
+// Adopted applications are offered nothing.
+void expectAdoptedBy(const Application& application, const QString& token) {
+    ASSERT_TRUE(application.adoptedCask);
+    EXPECT_EQ(application.adoptedCask->name, token);
+    EXPECT_TRUE(application.alreadyAdopted);
+    EXPECT_TRUE(application.caskOptions.isEmpty());
+}
+
 // The error a run ends with; fails the test when it ends otherwise.
 template <typename Error>
 std::optional<Error> discoveryFailure(DiscoverySandbox& sandbox) {
@@ -120,10 +128,7 @@ TEST(DiscoveryService, FindsEveryBundleAndDecidesAdoptionAndOptions) {
               (QStringList{QStringLiteral("Maccy"), QStringLiteral("Rectangle"),
                            QStringLiteral("Stats")}));
     const Application rectangle = named(applications, QStringLiteral("Rectangle"));
-    ASSERT_TRUE(rectangle.adoptedCask);
-    EXPECT_EQ(rectangle.adoptedCask->name, QStringLiteral("rectangle"));
-    EXPECT_TRUE(rectangle.alreadyAdopted);
-    EXPECT_TRUE(rectangle.caskOptions.isEmpty());
+    expectAdoptedBy(rectangle, QStringLiteral("rectangle"));
     const Application maccy = named(applications, QStringLiteral("Maccy"));
     EXPECT_FALSE(maccy.adoptedCask);
     EXPECT_FALSE(maccy.alreadyAdopted);
@@ -178,9 +183,7 @@ TEST(DiscoveryService, StoreApplicationWithHiddenSuggestionsKeepsItsAdoption) {
 
     const Application rectangle = named(sandbox.discover(), QStringLiteral("Rectangle"));
 
-    ASSERT_TRUE(rectangle.adoptedCask);
-    EXPECT_EQ(rectangle.adoptedCask->name, QStringLiteral("rectangle"));
-    EXPECT_TRUE(rectangle.alreadyAdopted);
+    expectAdoptedBy(rectangle, QStringLiteral("rectangle"));
     EXPECT_EQ(rectangle.masApp, (MASApp{QStringLiteral("1111"), QStringLiteral("Rectangle"),
                                         QStringLiteral("0.85")}));
 }
@@ -235,10 +238,7 @@ TEST(DiscoveryService, ExcludedApplicationGetsNoOptionsYetKeepsItsAdoption) {
 
     const Application rectangle = named(applications, QStringLiteral("Rectangle"));
     EXPECT_TRUE(rectangle.excluded);
-    ASSERT_TRUE(rectangle.adoptedCask);
-    EXPECT_EQ(rectangle.adoptedCask->name, QStringLiteral("rectangle"));
-    EXPECT_TRUE(rectangle.alreadyAdopted);
-    EXPECT_TRUE(rectangle.caskOptions.isEmpty());
+    expectAdoptedBy(rectangle, QStringLiteral("rectangle"));
     const Application maccy = named(applications, QStringLiteral("Maccy"));
     EXPECT_TRUE(maccy.excluded);
     EXPECT_TRUE(maccy.caskOptions.isEmpty());
@@ -437,10 +437,7 @@ TEST_F(AdoptedRectangle, DeprecatedCaskKeepsItsAdoptionAndOffersNothing) {
 
     const Application rectangle = named(sandbox.discover(), QStringLiteral("Rectangle"));
 
-    ASSERT_TRUE(rectangle.adoptedCask);
-    EXPECT_EQ(rectangle.adoptedCask->name, QStringLiteral("rectangle"));
-    EXPECT_TRUE(rectangle.alreadyAdopted);
-    EXPECT_TRUE(rectangle.caskOptions.isEmpty());
+    expectAdoptedBy(rectangle, QStringLiteral("rectangle"));
     // Only the catalogue without deprecated casks is offered for matching.
     EXPECT_TRUE(hasTimingLine(
         sandbox.brew.capture,
