@@ -86,7 +86,7 @@ QCoro::Task<QList<Application>> DiscoveryService::discoverApplications(ProgressC
     total.start();
     co_await progress(0.0);
     logger.info(QStringLiteral("Starting application discovery in /Applications"));
-    if (!QFileInfo(layout.applicationsDirectory).isDir()) {
+    if (!QFileInfo::exists(layout.applicationsDirectory)) {
         logger.error(QStringLiteral("/Applications directory not found"));
         throw DiscoveryError(DiscoveryError::Kind::applicationsDirectoryNotFound);
     }
@@ -146,12 +146,13 @@ QCoro::Task<QList<Application>> DiscoveryService::discoverApplications(ProgressC
                     .arg(applications.size())
                     .arg(seconds(stage)));
 
+    // The exclusions were read when the run began, so there is nothing left to wait for.
     stage.restart();
+    logger.info(QStringLiteral("Loaded exclusions in %1s").arg(seconds(stage)));
     applications = applyExclusions(std::move(applications), hardCodedExclusions, userExclusions);
     for (Application& application : applications) {
         application.caskOptions.clear();
     }
-    logger.info(QStringLiteral("Loaded exclusions in %1s").arg(seconds(stage)));
     co_await progress(0.3);
 
     stage.restart();
