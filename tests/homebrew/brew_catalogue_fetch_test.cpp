@@ -104,3 +104,26 @@ TEST(BrewCatalogueFetch, PlainHttpUrlIsInvalidApiUrl) {
     sandbox.layout.catalogueUrl = QUrl(QStringLiteral("http://127.0.0.1:1/api/cask.json"));
     EXPECT_EQ(brewErrorOf(sandbox).kind(), BrewError::Kind::invalidAPIURL);
 }
+
+TEST(BrewCatalogueFetch, CallsDuringADownloadShareItAndLaterCallsDownloadAgain) {
+    CatalogueSandbox sandbox;
+    sandbox.server.setRoute(cataloguePath(), ServedRoute::file(catalogueFile()));
+    auto first = sandbox.brewService().fetchCaskCatalogue();
+    auto second = sandbox.brewService().fetchCaskCatalogue();
+    EXPECT_EQ(await(std::move(first)), catalogueBytes());
+    EXPECT_EQ(await(std::move(second)), catalogueBytes());
+    EXPECT_EQ(sandbox.catalogueRequestCount(), 1);
+
+    EXPECT_EQ(await(sandbox.brewService().fetchCaskCatalogue()), catalogueBytes());
+    EXPECT_EQ(sandbox.catalogueRequestCount(), 2);
+}
+
+TEST(BrewCatalogueFetch, CallsDuringAFailedDownloadAllSeeItsError) {
+    CatalogueSandbox sandbox;
+    sandbox.server.setRoute(cataloguePath(), ServedRoute::bytes("[]", 500));
+    auto first = sandbox.brewService().fetchCaskCatalogue();
+    auto second = sandbox.brewService().fetchCaskCatalogue();
+    EXPECT_THROW(await(std::move(first)), BrewError);
+    EXPECT_THROW(await(std::move(second)), BrewError);
+    EXPECT_EQ(sandbox.catalogueRequestCount(), 1);
+}
