@@ -2,10 +2,10 @@
 
 #include "core/async/continuation.h"
 #include "core/logger.h"
-#include "homebrew/askpass_service.h"
-#include "homebrew/brew_error.h"
 #include "core/process_launch_error.h"
 #include "core/strict_utf8.h"
+#include "homebrew/askpass_service.h"
+#include "homebrew/brew_error.h"
 
 #include <QProcess>
 

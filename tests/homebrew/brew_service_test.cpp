@@ -1,8 +1,8 @@
 #include "brew_sandbox.h"
 
 #include "core/async/task_handle.h"
-#include "homebrew/brew_error.h"
 #include "core/process_launch_error.h"
+#include "homebrew/brew_error.h"
 #include "support/await.h"
 #include "support/test_paths.h"
 

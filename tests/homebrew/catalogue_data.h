@@ -30,8 +30,8 @@ inline QByteArray singleCaskCatalogue(const QString& fileName) {
 }
 
 inline tarnel::Cask sharedCask(const QString& fileName) {
-    const QList<tarnel::Cask> casks =
-        tarnel::parseCaskCatalogue(singleCaskCatalogue(fileName), true, QStringLiteral("/Applications"));
+    const QList<tarnel::Cask> casks = tarnel::parseCaskCatalogue(
+        singleCaskCatalogue(fileName), true, QStringLiteral("/Applications"));
     if (casks.size() != 1) {
         throw std::runtime_error("cask file did not map: " + fileName.toStdString());
     }
@@ -42,5 +42,6 @@ inline tarnel::Cask sharedCask(const QString& fileName) {
 // matches against it.
 inline std::shared_ptr<const tarnel::CaskIndex> catalogueIndex() {
     return std::make_shared<const tarnel::CaskIndex>(
-        tarnel::parseCaskCatalogue(readCatalogueData(QStringLiteral("catalogue.json")), false, QStringLiteral("/Applications")));
+        tarnel::parseCaskCatalogue(readCatalogueData(QStringLiteral("catalogue.json")), false,
+                                   QStringLiteral("/Applications")));
 }

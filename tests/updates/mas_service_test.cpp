@@ -1,10 +1,10 @@
 #include "updates/mas_service.h"
 
 #include "core/logger.h"
+#include "core/process_launch_error.h"
 #include "core/settings_store.h"
 #include "core/system_layout.h"
 #include "updates/mas_error.h"
-#include "core/process_launch_error.h"
 
 #include "support/await.h"
 #include "support/fake_mas_state.h"
