@@ -30,8 +30,9 @@ Finished run(const QString& tool, const QStringList& arguments) {
             process.readAllStandardOutput(), process.readAllStandardError()};
 }
 
+// Blanks and a non-ASCII letter in the path, as a user's folders may have.
 QString createSandbox(const QTemporaryDir& folder) {
-    const QString root = folder.filePath(QStringLiteral("mac"));
+    const QString root = folder.filePath(QStringLiteral("Macintosh HD \u00fc/mac"));
     const Finished created =
         run(QStringLiteral("tarnel-sandbox"), {QStringLiteral("create"), root});
     EXPECT_EQ(created.exitCode, 0) << created.errors.toStdString();
