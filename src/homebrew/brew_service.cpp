@@ -16,7 +16,7 @@ namespace tarnel {
 
 namespace {
 
-constexpr qint64 updateThrottleSeconds = 1800;
+constexpr std::chrono::seconds updateThrottle{1800};
 
 QString boolText(bool value) {
     return value ? QStringLiteral("true") : QStringLiteral("false");
@@ -137,7 +137,7 @@ QCoro::Task<QString> BrewService::executeBrewCommand(QStringList arguments, bool
 }
 
 QCoro::Task<> BrewService::updateHomebrew() {
-    if (lastUpdateTime && lastUpdateTime->secsTo(clock.now()) < updateThrottleSeconds) {
+    if (clock.isWithin(lastUpdateTime, updateThrottle)) {
         logger.info(
             QStringLiteral("Skipping brew update - last update was less than 30 minutes ago"));
         co_return;

@@ -17,8 +17,8 @@ namespace tarnel {
 
 namespace {
 
-constexpr qint64 catalogueLifetimeSeconds = 1800;
-constexpr qint64 installedLifetimeSeconds = 300;
+constexpr std::chrono::seconds catalogueLifetime{1800};
+constexpr std::chrono::seconds installedLifetime{300};
 
 QStringList installArguments(const QString& mode, const Cask& cask, bool noQuarantine) {
     QStringList arguments{QStringLiteral("install"), QStringLiteral("--cask"), mode, cask.name};
@@ -61,12 +61,8 @@ CaskService::CaskService(Logger& logger, BrewService& brewService, const Clock& 
                          CaskLocations locations)
     : logger(logger), brewService(brewService), clock(clock), places(std::move(locations)) {}
 
-bool CaskService::isFresh(const std::optional<QDateTime>& stamp, qint64 lifetimeSeconds) const {
-    return stamp && stamp->secsTo(clock.now()) < lifetimeSeconds;
-}
-
 QCoro::Task<std::shared_ptr<const CaskIndex>> CaskService::fetchCasks(bool includeDeprecated) {
-    if (!includeDeprecated && cachedCasks && isFresh(lastCacheUpdate, catalogueLifetimeSeconds)) {
+    if (!includeDeprecated && cachedCasks && clock.isWithin(lastCacheUpdate, catalogueLifetime)) {
         logger.info(
             QStringLiteral("Using cached casks (%1 items)").arg(cachedCasks->casks().size()));
         co_return std::shared_ptr<const CaskIndex>(cachedCasks);
@@ -90,7 +86,7 @@ QCoro::Task<std::shared_ptr<const CaskIndex>> CaskService::fetchCasks(bool inclu
 }
 
 QCoro::Task<QStringList> CaskService::fetchInstalledCasks() {
-    if (cachedInstalledCasks && isFresh(lastInstalledCacheUpdate, installedLifetimeSeconds)) {
+    if (cachedInstalledCasks && clock.isWithin(lastInstalledCacheUpdate, installedLifetime)) {
         co_return QStringList(*cachedInstalledCasks);
     }
     const QString output = co_await brewService.executeBrewCommand(

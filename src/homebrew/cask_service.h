@@ -52,8 +52,6 @@ public:
                                                                QList<Application> applications);
 
 private:
-    bool isFresh(const std::optional<QDateTime>& stamp, qint64 lifetimeSeconds) const;
-
     Logger& logger;
     BrewService& brewService;
     const Clock& clock;

@@ -49,7 +49,7 @@ MASService::MASService(Logger& logger, const SystemLayout& layout, const Clock& 
 
 QCoro::Task<std::optional<QString>> MASService::findMASPath() {
     constexpr std::chrono::seconds lifetime{30};
-    if (isFresh(lastPathCheck, lifetime) && cachedMASPath) {
+    if (clock.isWithin(lastPathCheck, lifetime) && cachedMASPath) {
         // Copied on purpose: returning a member as it is would move it away.
         co_return std::optional<QString>(cachedMASPath);
     }
@@ -75,7 +75,7 @@ QCoro::Task<QString> MASService::runMASCommand(QStringList arguments) {
 QCoro::Task<QList<MASApp>> MASService::fetchInstalledMASApps() {
     constexpr std::chrono::seconds lifetime{300};
     const AsyncMutexLock turn = co_await commandTurn.lock();
-    if (isFresh(lastInstalledAppsCheck, lifetime) && !installedAppsCache.isEmpty()) {
+    if (clock.isWithin(lastInstalledAppsCheck, lifetime) && !installedAppsCache.isEmpty()) {
         co_return QList<MASApp>(installedAppsCache);
     }
     const QString output = co_await runInTurn(turn, {QStringLiteral("list")});
@@ -89,7 +89,7 @@ QCoro::Task<QList<MASApp>> MASService::fetchInstalledMASApps() {
 QCoro::Task<QList<MASUpdate>> MASService::fetchOutdatedMASApps() {
     constexpr std::chrono::seconds lifetime{600};
     const AsyncMutexLock turn = co_await commandTurn.lock();
-    if (isFresh(lastUpdateCheck, lifetime) && !masUpdatesCache.isEmpty()) {
+    if (clock.isWithin(lastUpdateCheck, lifetime) && !masUpdatesCache.isEmpty()) {
         co_return masUpdatesCache.values();
     }
     const QString output = co_await runInTurn(turn, {QStringLiteral("outdated")});
@@ -149,11 +149,6 @@ QCoro::Task<QString> MASService::runInTurn(const AsyncMutexLock& /*turn*/, QStri
         throw MASError::commandFailed(text);
     }
     co_return text;
-}
-
-bool MASService::isFresh(const std::optional<QDateTime>& stamp,
-                         std::chrono::seconds lifetime) const {
-    return stamp && std::chrono::milliseconds(stamp->msecsTo(clock.now())) < lifetime;
 }
 
 }  // namespace tarnel

@@ -45,7 +45,6 @@ public:
 private:
     // `turn` proves that the caller holds `commandTurn`.
     QCoro::Task<QString> runInTurn(const AsyncMutexLock& turn, QStringList arguments);
-    bool isFresh(const std::optional<QDateTime>& stamp, std::chrono::seconds lifetime) const;
 
     Logger& logger;
     QStringList masCandidates;
