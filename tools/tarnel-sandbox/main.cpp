@@ -12,8 +12,8 @@ const char usage[] =
     "       tarnel-sandbox serve DIR\n"
     "\n"
     "create  lays out a simulated Mac in DIR (an empty or new folder).\n"
-    "serve   serves DIR's catalogue over loopback HTTPS until stopped, and\n"
-    "        writes its address into DIR/layout.json.\n";
+    "serve   serves DIR's catalogue and update feeds over loopback HTTPS until\n"
+    "        stopped, and writes its address into DIR/layout.json.\n";
 
 }  // namespace
 

@@ -4,6 +4,7 @@
 #include "core/settings_store.h"
 #include "core/system_layout_file.h"
 #include "loopback_certificates.h"
+#include "sandbox_feeds.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -144,6 +145,7 @@ void SandboxBuilder::build() const {
         makeFolder(path(QString::fromLatin1(place)));
     }
     placeBundles();
+    SandboxFeeds(root).prepare();
     installTool(QStringLiteral("fake-brew"), QStringLiteral("opt/homebrew/bin/brew"),
                 QStringLiteral("state/brew"));
     installTool(QStringLiteral("fake-mas"), QStringLiteral("opt/homebrew/bin/mas"),
