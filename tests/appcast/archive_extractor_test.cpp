@@ -86,6 +86,16 @@ TEST_F(ArchiveExtractorTest, SkipsMacResourceForkEntries) {
               QStringList{QStringLiteral("Info.plist")});
 }
 
+TEST_F(ArchiveExtractorTest, AppliesFolderEntryListedAfterItsContents) {
+    ArchiveBuilder()
+        .file("Foo.app/Contents/MacOS/Foo", "binary", 0755)
+        .folder("Foo.app/Contents/MacOS", 0555)
+        .writeTar(archive(QStringLiteral("late.tar")));
+    extract(archive(QStringLiteral("late.tar")), ArchiveType::tar);
+    EXPECT_EQ(modeOf(extracted(QStringLiteral("Foo.app/Contents/MacOS"))), 0555);
+    EXPECT_EQ(modeOf(extracted(QStringLiteral("Foo.app/Contents/MacOS/Foo"))), 0755);
+}
+
 TEST_F(ArchiveExtractorTest, DropsSetIdBits) {
     ArchiveBuilder().file("Foo.app/tool", "tool", 04755).writeZip(archive(QStringLiteral("a.zip")));
     extract(archive(QStringLiteral("a.zip")), ArchiveType::zip);

@@ -30,11 +30,12 @@ using ArchiveWriter = std::unique_ptr<archive, WriterRelease>;
 constexpr std::size_t readBlockSize = 64 * 1024;
 
 // Our own checks come first; the library's refusals are the second line.
-// Permission bits are restored as archived (set-id bits are dropped per entry),
-// owners never are, and nothing already extracted is overwritten.
+// Permission bits are restored as archived (set-id bits are dropped per
+// entry) and owners never are. Entries may overwrite earlier ones, since a
+// folder's entry can follow its contents; the guard keeps links from being
+// replaced.
 constexpr int writeOptions = ARCHIVE_EXTRACT_PERM | ARCHIVE_EXTRACT_TIME |
-                             ARCHIVE_EXTRACT_NO_OVERWRITE | ARCHIVE_EXTRACT_SECURE_SYMLINKS |
-                             ARCHIVE_EXTRACT_SECURE_NODOTDOT;
+                             ARCHIVE_EXTRACT_SECURE_SYMLINKS | ARCHIVE_EXTRACT_SECURE_NODOTDOT;
 
 QString errorText(archive* handle) {
     const char* text = archive_error_string(handle);
