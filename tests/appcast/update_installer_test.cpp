@@ -124,6 +124,16 @@ TEST_F(UpdateInstallerTest, InstallsSignedTarUpdateStoredUnderAnotherName) {
     EXPECT_EQ(treeListing(installed()), published);
 }
 
+TEST_F(UpdateInstallerTest, InstallsOverBundlePathWithTrailingSlash) {
+    publishZip();
+    const QStringList published = treeListing(newBundle());
+    UpdateInstallRequest update = request();
+    update.installedPath += u'/';
+    installUpdate(update, {});
+    EXPECT_EQ(treeListing(installed()), published);
+    EXPECT_EQ(folderEntries(applications()), QStringList{QStringLiteral("Foo.app")});
+}
+
 TEST_F(UpdateInstallerTest, PreparingLeavesInstalledBundleAlone) {
     publishZip();
     const PreparedUpdate prepared = UpdateInstaller().prepare(request(), {}, {});

@@ -7,6 +7,7 @@
 #include "platform/appcast/update_bundle_finder.h"
 #include "platform/appcast/update_install_error.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -61,7 +62,8 @@ PreparedUpdate UpdateInstaller::prepare(const UpdateInstallRequest& request,
     token.throwIfCancelled();
 
     const FoundUpdate found = findUpdateBundle(
-        extraction->path(), QFileInfo(request.installedPath).fileName(), installed, token);
+        extraction->path(), QFileInfo(QDir::cleanPath(request.installedPath)).fileName(), installed,
+        token);
     if (found.kind == FoundUpdate::Kind::package) {
         throw UpdateInstallError::packageUpdate();
     }
@@ -70,7 +72,8 @@ PreparedUpdate UpdateInstaller::prepare(const UpdateInstallRequest& request,
         throw UpdateInstallError::invalidUpdate(found.path);
     }
     checkUpdateAcceptable(installed, *manifest);
-    return PreparedUpdate{std::move(extraction), found.path, *manifest, request.installedPath};
+    return PreparedUpdate{std::move(extraction), found.path, *manifest,
+                          QDir::cleanPath(request.installedPath)};
 }
 
 void UpdateInstaller::install(PreparedUpdate update, const UpdateInstallObserver& observer,
