@@ -39,6 +39,22 @@ protected:
         throw std::runtime_error("the archive was extracted");
     }
 
+    // A zip of 50 files of 20,000 to 40,000 bytes, and the destination made.
+    QString manyFilesZip() {
+        ArchiveBuilder builder;
+        for (int index = 0; index < 50; ++index) {
+            builder.file("Foo.app/file" + QByteArray::number(index),
+                         QByteArray::number(index).repeated(20000));
+        }
+        builder.writeZip(archive(QStringLiteral("many.zip")));
+        QDir().mkpath(destination());
+        return archive(QStringLiteral("many.zip"));
+    }
+
+    void expectUnsafe(const ArchiveBuilder& builder) {
+        EXPECT_EQ(refusalOf(builder).kind(), UpdateInstallError::Kind::unsafeEntry);
+    }
+
     QTemporaryDir folder;
 };
 
@@ -117,24 +133,20 @@ TEST_F(ArchiveExtractorTest, RefusesAbsolutePath) {
 }
 
 TEST_F(ArchiveExtractorTest, RefusesLinkToAbsolutePath) {
-    EXPECT_EQ(refusalOf(ArchiveBuilder().link("Foo.app/etc", "/etc")).kind(),
-              UpdateInstallError::Kind::unsafeEntry);
+    expectUnsafe(ArchiveBuilder().link("Foo.app/etc", "/etc"));
 }
 
 TEST_F(ArchiveExtractorTest, RefusesLinkClimbingOutOfTheFolder) {
-    EXPECT_EQ(refusalOf(ArchiveBuilder().link("Foo.app/Contents/up", "../../..")).kind(),
-              UpdateInstallError::Kind::unsafeEntry);
+    expectUnsafe(ArchiveBuilder().link("Foo.app/Contents/up", "../../.."));
 }
 
 TEST_F(ArchiveExtractorTest, RefusesLinkClimbingThroughAnotherLink) {
     // "deep/.." would be the link's folder by its text, but the folder above
     // the link's target on disk.
-    EXPECT_EQ(refusalOf(ArchiveBuilder()
-                            .folder("Foo.app/a/b")
-                            .link("Foo.app/a/b/deep", "../..")
-                            .link("Foo.app/a/b/escape", "deep/../../.."))
-                  .kind(),
-              UpdateInstallError::Kind::unsafeEntry);
+    expectUnsafe(ArchiveBuilder()
+                     .folder("Foo.app/a/b")
+                     .link("Foo.app/a/b/deep", "../..")
+                     .link("Foo.app/a/b/escape", "deep/../../.."));
 }
 
 TEST_F(ArchiveExtractorTest, AcceptsLinksThatStayInside) {
@@ -159,31 +171,24 @@ TEST_F(ArchiveExtractorTest, RefusesFileWrittenThroughExtractedLink) {
 }
 
 TEST_F(ArchiveExtractorTest, RefusesFileReplacingExtractedLink) {
-    EXPECT_EQ(refusalOf(ArchiveBuilder()
-                            .file("Foo.app/real", "real")
-                            .link("Foo.app/alias", "real")
-                            .file("Foo.app/alias", "over the link"))
-                  .kind(),
-              UpdateInstallError::Kind::unsafeEntry);
+    expectUnsafe(ArchiveBuilder()
+                     .file("Foo.app/real", "real")
+                     .link("Foo.app/alias", "real")
+                     .file("Foo.app/alias", "over the link"));
 }
 
 TEST_F(ArchiveExtractorTest, RefusesHardLinkToFileOutside) {
     const QString outside = folder.filePath(QStringLiteral("secret"));
     writeTestFile(outside, "secret");
-    EXPECT_EQ(
-        refusalOf(ArchiveBuilder().hardLink("Foo.app/copy", QFile::encodeName(outside))).kind(),
-        UpdateInstallError::Kind::unsafeEntry);
-    EXPECT_EQ(refusalOf(ArchiveBuilder().hardLink("Foo.app/copy", "../secret")).kind(),
-              UpdateInstallError::Kind::unsafeEntry);
+    expectUnsafe(ArchiveBuilder().hardLink("Foo.app/copy", QFile::encodeName(outside)));
+    expectUnsafe(ArchiveBuilder().hardLink("Foo.app/copy", "../secret"));
 }
 
 TEST_F(ArchiveExtractorTest, RefusesHardLinkThroughExtractedLink) {
-    EXPECT_EQ(refusalOf(ArchiveBuilder()
-                            .file("Foo.app/real/file", "file")
-                            .link("Foo.app/alias", "real")
-                            .hardLink("Foo.app/copy", "Foo.app/alias/file"))
-                  .kind(),
-              UpdateInstallError::Kind::unsafeEntry);
+    expectUnsafe(ArchiveBuilder()
+                     .file("Foo.app/real/file", "file")
+                     .link("Foo.app/alias", "real")
+                     .hardLink("Foo.app/copy", "Foo.app/alias/file"));
 }
 
 TEST_F(ArchiveExtractorTest, KeepsHardLinkToExtractedFile) {
@@ -200,8 +205,7 @@ TEST_F(ArchiveExtractorTest, KeepsHardLinkToExtractedFile) {
 }
 
 TEST_F(ArchiveExtractorTest, RefusesDeviceNodesAndPipes) {
-    EXPECT_EQ(refusalOf(ArchiveBuilder().fifo("Foo.app/pipe")).kind(),
-              UpdateInstallError::Kind::unsafeEntry);
+    expectUnsafe(ArchiveBuilder().fifo("Foo.app/pipe"));
 }
 
 TEST_F(ArchiveExtractorTest, StopsZipBombAtSizeCap) {
@@ -220,14 +224,8 @@ TEST_F(ArchiveExtractorTest, StopsZipBombAtSizeCap) {
 }
 
 TEST_F(ArchiveExtractorTest, StopsArchiveWithTooManyEntries) {
-    ArchiveBuilder builder;
-    for (int index = 0; index < 20; ++index) {
-        builder.file("Foo.app/file" + QByteArray::number(index), "x");
-    }
-    builder.writeZip(archive(QStringLiteral("many.zip")));
     try {
-        extract(archive(QStringLiteral("many.zip")), ArchiveType::zip,
-                ArchiveExtractor({.maximumEntries = 10}));
+        extract(manyFilesZip(), ArchiveType::zip, ArchiveExtractor({.maximumEntries = 10}));
         FAIL() << "every entry was extracted";
     } catch (const UpdateInstallError& error) {
         EXPECT_EQ(error.kind(), UpdateInstallError::Kind::archiveTooLarge);
@@ -235,17 +233,11 @@ TEST_F(ArchiveExtractorTest, StopsArchiveWithTooManyEntries) {
 }
 
 TEST_F(ArchiveExtractorTest, ReportsRisingProgressEndingAtOne) {
-    ArchiveBuilder builder;
-    for (int index = 0; index < 50; ++index) {
-        builder.file("Foo.app/file" + QByteArray::number(index),
-                     QByteArray::number(index).repeated(20000));
-    }
-    builder.writeZip(archive(QStringLiteral("Foo.zip")));
-    QDir().mkpath(destination());
+    const QString zip = manyFilesZip();
     QList<double> fractions;
     ArchiveExtractor().extract(
-        archive(QStringLiteral("Foo.zip")), ArchiveType::zip, destination(),
-        [&](double fraction) { fractions.append(fraction); }, CancellationToken());
+        zip, ArchiveType::zip, destination(), [&](double fraction) { fractions.append(fraction); },
+        CancellationToken());
     ASSERT_GT(fractions.size(), 2);
     EXPECT_TRUE(std::is_sorted(fractions.begin(), fractions.end()));
     EXPECT_GT(fractions.front(), 0.0);
@@ -254,17 +246,11 @@ TEST_F(ArchiveExtractorTest, ReportsRisingProgressEndingAtOne) {
 }
 
 TEST_F(ArchiveExtractorTest, StopsWhenCancelledMidway) {
-    ArchiveBuilder builder;
-    for (int index = 0; index < 50; ++index) {
-        builder.file("Foo.app/file" + QByteArray::number(index),
-                     QByteArray::number(index).repeated(20000));
-    }
-    builder.writeZip(archive(QStringLiteral("Foo.zip")));
-    QDir().mkpath(destination());
+    const QString zip = manyFilesZip();
     CancellationSource cancellation;
     EXPECT_THROW(ArchiveExtractor().extract(
-                     archive(QStringLiteral("Foo.zip")), ArchiveType::zip, destination(),
-                     [&](double) { cancellation.cancel(); }, cancellation.token()),
+                     zip, ArchiveType::zip, destination(), [&](double) { cancellation.cancel(); },
+                     cancellation.token()),
                  CancellationError);
     EXPECT_LT(folderEntries(extracted(QStringLiteral("Foo.app"))).size(), 50);
 }
