@@ -154,7 +154,7 @@ int main(int argc, char** argv) {
     reportIndexMemory(0, "shared catalogue");
     reportIndexMemory(1, "live-sized catalogue");
     benchmark::Initialize(&argc, argv);
-    FloorReporter reporter([](const FloorReporter::CpuTimes& times) {
+    FloorReporter reporter([](const FloorReporter::Times& times) {
         for (const std::string size : {"0", "1"}) {
             if (!times.contains("parseMapAndIndex/" + size) ||
                 !times.contains("simdjsonDomParse/" + size)) {

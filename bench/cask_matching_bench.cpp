@@ -111,7 +111,7 @@ BENCHMARK(optionsAndInstalledCask)->Unit(benchmark::kMillisecond);
 int main(int argc, char** argv) {
     workload();
     benchmark::Initialize(&argc, argv);
-    FloorReporter reporter([](const FloorReporter::CpuTimes& times) {
+    FloorReporter reporter([](const FloorReporter::Times& times) {
         if (!times.contains("optionsAndInstalledCask") || !times.contains("catalogueWalkFloor")) {
             return;
         }

@@ -9,19 +9,22 @@
 #include <vector>
 
 // Prints the usual table, then a summary that sets each measurement against
-// its floor from the same run. CPU time, since the machine may be shared.
+// its floor from the same run. CPU time by default, since the machine may be
+// shared; wall time where a floor runs in other processes.
 class FloorReporter : public benchmark::ConsoleReporter {
 public:
-    using CpuTimes = std::map<std::string, double>;
+    enum class Clock { cpu, wall };
+    using Times = std::map<std::string, double>;
 
-    explicit FloorReporter(std::function<void(const CpuTimes&)> summary)
-        : summary(std::move(summary)) {}
+    explicit FloorReporter(std::function<void(const Times&)> summary, Clock clock = Clock::cpu)
+        : summary(std::move(summary)), clock(clock) {}
 
     void ReportRuns(const std::vector<Run>& runs) override {
         ConsoleReporter::ReportRuns(runs);
         for (const Run& run : runs) {
             if (run.run_type == Run::RT_Iteration) {
-                times[run.benchmark_name()] = run.GetAdjustedCPUTime();
+                times[run.benchmark_name()] =
+                    clock == Clock::cpu ? run.GetAdjustedCPUTime() : run.GetAdjustedRealTime();
             }
         }
     }
@@ -32,6 +35,7 @@ public:
     }
 
 private:
-    std::function<void(const CpuTimes&)> summary;
-    CpuTimes times;
+    std::function<void(const Times&)> summary;
+    Clock clock;
+    Times times;
 };
