@@ -169,15 +169,6 @@ QCoro::Task<> BrewService::updateHomebrew() {
 }
 
 QCoro::Task<QByteArray> BrewService::fetchCaskCatalogue() {
-    if (!catalogueDownload.isValid() || catalogueDownload.isFinished()) {
-        catalogueDownload = TaskHandle<QByteArray>::start(
-            [this](CancellationToken) { return downloadCatalogue(); });
-    }
-    const TaskHandle<QByteArray> download = catalogueDownload;
-    co_return co_await download.result();
-}
-
-QCoro::Task<QByteArray> BrewService::downloadCatalogue() {
     logger.info(QStringLiteral("Fetching casks from Homebrew API"));
     if (!catalogueUrl.isValid() || catalogueUrl.scheme() != QStringLiteral("https")) {
         throw BrewError::invalidAPIURL();

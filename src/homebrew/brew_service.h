@@ -1,6 +1,5 @@
 #pragma once
 
-#include "core/async/task_handle.h"
 #include "core/records/update_state.h"
 #include "core/system_layout.h"
 #include "homebrew/brew_error.h"
@@ -50,12 +49,9 @@ public:
     QCoro::Task<> updateHomebrew();
     // The body of the catalogue endpoint. Throws `BrewError`, or
     // `NetworkRequestError` when no HTTP answer came.
-    // Callers that ask while a download is under way share it, since they
-    // would get the same bytes; each later call downloads afresh.
     QCoro::Task<QByteArray> fetchCaskCatalogue();
 
 private:
-    QCoro::Task<QByteArray> downloadCatalogue();
     std::optional<QString> brewPath();
     void logCommand(const QStringList& arguments, bool requiresAdmin, bool hasAdminPermission);
     // Logs a failure that stands after every run, and gives the error to throw.
@@ -71,7 +67,6 @@ private:
     QNetworkAccessManager network;
     std::optional<QString> cachedPath;
     std::optional<QDateTime> lastUpdateTime;
-    TaskHandle<QByteArray> catalogueDownload;
 };
 
 }  // namespace tarnel

@@ -105,25 +105,17 @@ TEST(BrewCatalogueFetch, PlainHttpUrlIsInvalidApiUrl) {
     EXPECT_EQ(brewErrorOf(sandbox).kind(), BrewError::Kind::invalidAPIURL);
 }
 
-TEST(BrewCatalogueFetch, CallsDuringADownloadShareItAndLaterCallsDownloadAgain) {
+TEST(BrewCatalogueFetch, OverlappingCallsEachDownloadAndLogTheirFetch) {
     CatalogueSandbox sandbox;
     sandbox.server.setRoute(cataloguePath(), ServedRoute::file(catalogueFile()));
+    // Both calls start before the event loop runs, so the second begins while
+    // the first still waits for its answer.
     auto first = sandbox.brewService().fetchCaskCatalogue();
     auto second = sandbox.brewService().fetchCaskCatalogue();
     EXPECT_EQ(await(std::move(first)), catalogueBytes());
     EXPECT_EQ(await(std::move(second)), catalogueBytes());
-    EXPECT_EQ(sandbox.catalogueRequestCount(), 1);
-
-    EXPECT_EQ(await(sandbox.brewService().fetchCaskCatalogue()), catalogueBytes());
     EXPECT_EQ(sandbox.catalogueRequestCount(), 2);
-}
-
-TEST(BrewCatalogueFetch, CallsDuringAFailedDownloadAllSeeItsError) {
-    CatalogueSandbox sandbox;
-    sandbox.server.setRoute(cataloguePath(), ServedRoute::bytes("[]", 500));
-    auto first = sandbox.brewService().fetchCaskCatalogue();
-    auto second = sandbox.brewService().fetchCaskCatalogue();
-    EXPECT_THROW(await(std::move(first)), BrewError);
-    EXPECT_THROW(await(std::move(second)), BrewError);
-    EXPECT_EQ(sandbox.catalogueRequestCount(), 1);
+    EXPECT_EQ(
+        sandbox.capture.lines().count(QStringLiteral("[INFO] Fetching casks from Homebrew API")),
+        2);
 }
