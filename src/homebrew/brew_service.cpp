@@ -52,7 +52,8 @@ BrewService::BrewService(Logger& logger, AskpassService& askpassService, const S
       catalogueUrl(layout.catalogueUrl),
       brewCandidates(layout.brewCandidates),
       runner(logger, askpassService, layout.homeDirectory),
-      catalogueTls(catalogueTlsConfiguration(layout.extraTrustedCertificates)) {}
+      catalogueTls(catalogueTlsConfiguration(layout.extraTrustedCertificates)),
+      networkIdleTimeout(layout.networkIdleTimeout) {}
 
 std::optional<QString> BrewService::locateBrew() const {
     for (const QString& candidate : brewCandidates) {
@@ -175,6 +176,9 @@ QCoro::Task<QByteArray> BrewService::fetchCaskCatalogue() {
     }
     QNetworkRequest request(catalogueUrl);
     request.setSslConfiguration(catalogueTls);
+    // A request that receives nothing for this long is abandoned, so that a
+    // stalled server cannot hold the caller for ever.
+    request.setTransferTimeout(static_cast<int>(networkIdleTimeout.count()));
     // The reply is resumed from inside its own finished signal, so it may only
     // be deleted later.
     const QScopedPointer<QNetworkReply, QScopedPointerDeleteLater> reply(network.get(request));
@@ -183,6 +187,11 @@ QCoro::Task<QByteArray> BrewService::fetchCaskCatalogue() {
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     if (status.isValid() && status.toInt() != 200) {
         throw BrewError::apiRequestFailed();
+    }
+    // Nothing here aborts a request but the idle time-out.
+    if (reply->error() == QNetworkReply::OperationCanceledError) {
+        throw NetworkRequestError(QNetworkReply::TimeoutError,
+                                  QStringLiteral("The request timed out."));
     }
     if (reply->error() != QNetworkReply::NoError) {
         throw NetworkRequestError(reply->error(), reply->errorString());

@@ -64,6 +64,7 @@ private:
     QStringList brewCandidates;
     BrewProcessRunner runner;
     QSslConfiguration catalogueTls;
+    std::chrono::milliseconds networkIdleTimeout;
     QNetworkAccessManager network;
     std::optional<QString> cachedPath;
     std::optional<QDateTime> lastUpdateTime;

@@ -6,6 +6,7 @@
 #include "support/test_paths.h"
 
 #include <QFile>
+#include <QTcpServer>
 
 #include <gtest/gtest.h>
 
@@ -118,4 +119,36 @@ TEST(BrewCatalogueFetch, OverlappingCallsEachDownloadAndLogTheirFetch) {
     EXPECT_EQ(
         sandbox.capture.lines().count(QStringLiteral("[INFO] Fetching casks from Homebrew API")),
         2);
+}
+
+TEST(BrewCatalogueFetch, ServerThatAcceptsAndNeverAnswersEndsInATimeOut) {
+    BrewSandbox sandbox;
+    QTcpServer silent;
+    ASSERT_TRUE(silent.listen(QHostAddress::LocalHost));
+    sandbox.layout.catalogueUrl =
+        QUrl(QStringLiteral("https://127.0.0.1:%1/api/cask.json").arg(silent.serverPort()));
+    sandbox.layout.networkIdleTimeout = std::chrono::milliseconds(300);
+    try {
+        await(sandbox.brewService().fetchCaskCatalogue());
+        ADD_FAILURE() << "a silent server gave a catalogue";
+    } catch (const NetworkRequestError& error) {
+        EXPECT_EQ(error.code(), QNetworkReply::TimeoutError);
+    }
+}
+
+TEST(BrewCatalogueFetch, ServerThatStallsMidBodyEndsInATimeOut) {
+    CatalogueSandbox sandbox;
+    ServedRoute route = ServedRoute::file(catalogueFile());
+    route.isCompressible = false;
+    route.stall = ServedRoute::Stall::afterBodyBytes;
+    route.stallAfterBytes = 64 * 1024;
+    sandbox.server.setRoute(cataloguePath(), route);
+    sandbox.layout.networkIdleTimeout = std::chrono::milliseconds(300);
+    try {
+        await(sandbox.brewService().fetchCaskCatalogue());
+        ADD_FAILURE() << "a stalled body gave a catalogue";
+    } catch (const NetworkRequestError& error) {
+        EXPECT_EQ(error.code(), QNetworkReply::TimeoutError);
+    }
+    EXPECT_EQ(sandbox.catalogueRequestCount(), 1);
 }
