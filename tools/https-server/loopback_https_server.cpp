@@ -69,6 +69,11 @@ void LoopbackHttpsServer::setRoute(const QString& path, ServedRoute route) {
     routes.insert(path, std::move(route));
 }
 
+void LoopbackHttpsServer::setRequestObserver(std::function<void(const ServedRequest&)> observer) {
+    std::lock_guard lock(mutex);
+    requestObserver = std::move(observer);
+}
+
 QUrl LoopbackHttpsServer::baseUrl() const {
     return QUrl(QStringLiteral("https://127.0.0.1:%1").arg(boundPort));
 }
@@ -123,8 +128,15 @@ LoopbackHttpsServer::Answer LoopbackHttpsServer::answer(
     request.headers = headers;
     request.contentEncoding = reply.contentEncoding;
     request.status = reply.status;
-    std::lock_guard lock(mutex);
-    served.append(request);
+    std::function<void(const ServedRequest&)> observer;
+    {
+        std::lock_guard lock(mutex);
+        served.append(request);
+        observer = requestObserver;
+    }
+    if (observer) {
+        observer(request);
+    }
     return reply;
 }
 
@@ -180,6 +192,13 @@ bool LoopbackHttpsServer::start() {
                 return;
             }
             size = file->size();
+        }
+        // The library sends an empty provided body without a length and holds
+        // the connection open, so an empty body goes as plain content, which
+        // it may gzip: nothing of it can differ.
+        if (size == 0) {
+            response.set_content(std::string(), reply.contentType.toStdString());
+            return;
         }
         const qint64 stallAt = reply.stall == ServedRoute::Stall::afterBodyBytes
                                    ? reply.stallAfterBytes

@@ -10,6 +10,7 @@
 #include <QUrl>
 
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -32,6 +33,10 @@ public:
     // Adds or replaces the route at `path` (such as "/api/cask.json"); may be
     // called while the server runs.
     void setRoute(const QString& path, ServedRoute route);
+
+    // Called on a serving thread with each request as it arrives, before it
+    // is answered.
+    void setRequestObserver(std::function<void(const ServedRequest&)> observer);
 
     // Binds and starts serving; false when the certificates do not load or
     // no port can be had.
@@ -71,6 +76,7 @@ private:
     bool isStopping = false;
     QMap<QString, ServedRoute> routes;
     QList<ServedRequest> served;
+    std::function<void(const ServedRequest&)> requestObserver;
 };
 
 }  // namespace tarnel
