@@ -15,6 +15,7 @@
 #include "homebrew/cask_service.h"
 #include "loopback_certificates.h"
 #include "loopback_https_server.h"
+#include "platform/https_client.h"
 #include "updates/mas_service.h"
 
 #include <QCoreApplication>
@@ -165,7 +166,8 @@ struct Services {
           logger([&machine](LogLevel, const QString& line) { machine.stages.take(line); }, settings,
                  machine.layout.desktopDirectory),
           askpass(logger, machine.layout),
-          brew(logger, askpass, machine.layout, clock),
+          httpsClient(machine.layout),
+          brew(logger, askpass, httpsClient, machine.layout, clock),
           casks(logger, brew, clock, CaskLocations::of(machine.layout)),
           store(logger, machine.layout, clock),
           exclusions(logger, settings),
@@ -175,6 +177,7 @@ struct Services {
     Logger logger;
     SystemClock clock;
     AskpassService askpass;
+    HttpsClient httpsClient;
     BrewService brew;
     CaskService casks;
     MASService store;
@@ -206,9 +209,9 @@ QCoro::Task<QByteArray> download(QNetworkAccessManager& network, const QNetworkR
     co_return reply->readAll();
 }
 
-// A client made the way the brew service makes its own, outside the timing as
-// the service's is made before a run: fresh connections for every pair of
-// downloads, which run at once as a run's two catalogue fetches do.
+// A bare network client with the trust of the service's, made outside the
+// timing as the service's is made before a run: fresh connections for every
+// pair of downloads, which run at once as a run's two catalogue fetches do.
 void catalogueDownloadFloor(benchmark::State& state) {
     Machine& setup = machine();
     QSslConfiguration tls = QSslConfiguration::defaultConfiguration();

@@ -7,8 +7,6 @@
 
 #include <QByteArray>
 #include <QDateTime>
-#include <QNetworkAccessManager>
-#include <QSslConfiguration>
 #include <QString>
 #include <QStringList>
 
@@ -20,6 +18,7 @@ namespace tarnel {
 
 class AskpassService;
 class Clock;
+class HttpsClient;
 class Logger;
 
 // The only place that launches `brew` or reaches the catalogue endpoint.
@@ -27,8 +26,8 @@ class Logger;
 // commands may be in flight at once.
 class BrewService {
 public:
-    BrewService(Logger& logger, AskpassService& askpassService, const SystemLayout& layout,
-                const Clock& clock);
+    BrewService(Logger& logger, AskpassService& askpassService, HttpsClient& httpsClient,
+                const SystemLayout& layout, const Clock& clock);
 
     // The first candidate path that exists; executability is not tested.
     std::optional<QString> locateBrew() const;
@@ -48,7 +47,7 @@ public:
     // Runs `brew update` at most once in 30 minutes of success. Never throws.
     QCoro::Task<> updateHomebrew();
     // The body of the catalogue endpoint. Throws `BrewError`, or
-    // `NetworkRequestError` when no HTTP answer came.
+    // `HttpsError` when no HTTP answer came.
     QCoro::Task<QByteArray> fetchCaskCatalogue();
 
 private:
@@ -63,9 +62,7 @@ private:
     QUrl catalogueUrl;
     QStringList brewCandidates;
     BrewProcessRunner runner;
-    QSslConfiguration catalogueTls;
-    std::chrono::milliseconds networkIdleTimeout;
-    QNetworkAccessManager network;
+    HttpsClient& httpsClient;
     std::optional<QString> cachedPath;
     std::optional<QDateTime> lastUpdateTime;
 };

@@ -1,7 +1,7 @@
 #include "catalogue_sandbox.h"
 
 #include "homebrew/brew_error.h"
-#include "homebrew/network_request_error.h"
+#include "platform/https_error.h"
 #include "support/await.h"
 #include "support/test_paths.h"
 
@@ -31,6 +31,17 @@ BrewError brewErrorOf(BrewSandbox& sandbox) {
     }
     ADD_FAILURE() << "the fetch did not fail with a BrewError";
     return BrewError::homebrewNotFound();
+}
+
+// The kind of network failure the fetch ends in.
+HttpsError::Kind httpsErrorKindOf(BrewSandbox& sandbox) {
+    try {
+        await(sandbox.brewService().fetchCaskCatalogue());
+    } catch (const HttpsError& error) {
+        return error.kind();
+    }
+    ADD_FAILURE() << "the fetch did not fail with an HttpsError";
+    return HttpsError::Kind::notHttps;
 }
 
 }  // namespace
@@ -73,24 +84,18 @@ TEST(BrewCatalogueFetch, StatusOtherThan200IsApiRequestFailed) {
     }
 }
 
-TEST(BrewCatalogueFetch, UntrustedCertificateIsANetworkError) {
+TEST(BrewCatalogueFetch, UntrustedCertificateIsATlsError) {
     CatalogueSandbox sandbox;
     sandbox.server.setRoute(cataloguePath(), ServedRoute::bytes("[]"));
     sandbox.layout.extraTrustedCertificates.clear();
-    try {
-        await(sandbox.brewService().fetchCaskCatalogue());
-        ADD_FAILURE() << "an untrusted server was accepted";
-    } catch (const NetworkRequestError& error) {
-        EXPECT_EQ(error.code(), QNetworkReply::SslHandshakeFailedError);
-        EXPECT_FALSE(error.description().isEmpty());
-    }
+    EXPECT_EQ(httpsErrorKindOf(sandbox), HttpsError::Kind::tls);
     EXPECT_TRUE(sandbox.server.servedRequests().isEmpty());
 }
 
-TEST(BrewCatalogueFetch, RefusedConnectionIsANetworkError) {
+TEST(BrewCatalogueFetch, RefusedConnectionIsAConnectionError) {
     CatalogueSandbox sandbox;
     sandbox.server.stop();
-    EXPECT_THROW(await(sandbox.brewService().fetchCaskCatalogue()), NetworkRequestError);
+    EXPECT_EQ(httpsErrorKindOf(sandbox), HttpsError::Kind::connection);
 }
 
 TEST(BrewCatalogueFetch, UrlThatCannotBeBuiltIsInvalidApiUrl) {
@@ -128,12 +133,7 @@ TEST(BrewCatalogueFetch, ServerThatAcceptsAndNeverAnswersEndsInATimeOut) {
     sandbox.layout.catalogueUrl =
         QUrl(QStringLiteral("https://127.0.0.1:%1/api/cask.json").arg(silent.serverPort()));
     sandbox.layout.networkIdleTimeout = std::chrono::milliseconds(300);
-    try {
-        await(sandbox.brewService().fetchCaskCatalogue());
-        ADD_FAILURE() << "a silent server gave a catalogue";
-    } catch (const NetworkRequestError& error) {
-        EXPECT_EQ(error.code(), QNetworkReply::TimeoutError);
-    }
+    EXPECT_EQ(httpsErrorKindOf(sandbox), HttpsError::Kind::timedOut);
 }
 
 TEST(BrewCatalogueFetch, ServerThatStallsMidBodyEndsInATimeOut) {
@@ -144,11 +144,6 @@ TEST(BrewCatalogueFetch, ServerThatStallsMidBodyEndsInATimeOut) {
     route.stallAfterBytes = 64 * 1024;
     sandbox.server.setRoute(cataloguePath(), route);
     sandbox.layout.networkIdleTimeout = std::chrono::milliseconds(300);
-    try {
-        await(sandbox.brewService().fetchCaskCatalogue());
-        ADD_FAILURE() << "a stalled body gave a catalogue";
-    } catch (const NetworkRequestError& error) {
-        EXPECT_EQ(error.code(), QNetworkReply::TimeoutError);
-    }
+    EXPECT_EQ(httpsErrorKindOf(sandbox), HttpsError::Kind::timedOut);
     EXPECT_EQ(sandbox.catalogueRequestCount(), 1);
 }
