@@ -65,8 +65,9 @@ protected:
         app.bundleIdentifier = QStringLiteral("org.example.foo");
         app.shortVersion = QStringLiteral("100");
         app.bundleVersion = QStringLiteral("100");
-        app.sparkleInfo = SparkleInfo{.feedURL = https.url(QStringLiteral("/appcast.xml")).toString(),
-                                      .publicKey = key.publicKey()};
+        app.sparkleInfo =
+            SparkleInfo{.feedURL = https.url(QStringLiteral("/appcast.xml")).toString(),
+                        .publicKey = key.publicKey()};
         return app;
     }
 
@@ -259,8 +260,7 @@ TEST_F(AppcastUpdaterTest, AnInformationalReleaseCannotBeInstalled) {
 
 TEST_F(AppcastUpdaterTest, ADownloadThatStallsEndsInAnErrorAndLeavesNothing) {
     publish(QStringLiteral("200"), key);
-    ServedRoute stalled =
-        ServedRoute::file(https.path(QStringLiteral("www/Foo-200.zip")));
+    ServedRoute stalled = ServedRoute::file(https.path(QStringLiteral("www/Foo-200.zip")));
     stalled.isCompressible = false;
     stalled.stall = ServedRoute::Stall::afterBodyBytes;
     stalled.stallAfterBytes = 100;
@@ -280,7 +280,8 @@ TEST_P(AppcastUpdaterCancelTest, ACancelAtEachStageLeavesTheBundleAsItWas) {
     bool hasCancelled = false;
     const ProgressHandler cancelling = [&](UpdateState state) -> QCoro::Task<> {
         const bool isThePoint =
-            (point == CancelPoint::initializing && state.kind() == UpdateState::Kind::initializing) ||
+            (point == CancelPoint::initializing &&
+             state.kind() == UpdateState::Kind::initializing) ||
             (point == CancelPoint::downloading && state.kind() == UpdateState::Kind::downloading) ||
             (point == CancelPoint::extracting && state.kind() == UpdateState::Kind::extracting) ||
             (point == CancelPoint::installing && state.kind() == UpdateState::Kind::installing);

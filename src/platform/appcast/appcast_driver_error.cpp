@@ -47,7 +47,8 @@ SparkleFrameworkError driverError(const std::exception_ptr& failure) {
     } catch (const HttpsError& error) {
         // The framework reports a download that fails, feed or archive,
         // with the network's own error underneath.
-        return SparkleFrameworkError(frameworkDomain, static_cast<int>(UpdaterError::Code::download),
+        return SparkleFrameworkError(frameworkDomain,
+                                     static_cast<int>(UpdaterError::Code::download),
                                      error.description(), std::nullopt, true);
     } catch (const std::exception& error) {
         return SparkleFrameworkError(frameworkDomain,

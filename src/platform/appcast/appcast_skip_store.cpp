@@ -18,8 +18,7 @@ AppcastSkipStore::AppcastSkipStore(QString dataDirectory)
 
 QString AppcastSkipStore::fileFor(const QString& bundleIdentifier) const {
     // Percent-encoded, so that no identifier can name a path of its own.
-    return folder + u'/' +
-           QString::fromLatin1(QUrl::toPercentEncoding(bundleIdentifier, {}, "/.")) +
+    return folder + u'/' + QString::fromLatin1(QUrl::toPercentEncoding(bundleIdentifier)) +
            QStringLiteral(".json");
 }
 

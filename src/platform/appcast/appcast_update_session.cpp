@@ -98,9 +98,11 @@ SparkleUserDriver::Action AppcastUpdateSession::cancellation() {
 }
 
 QByteArray AppcastUpdateSession::userAgent() const {
-    const QString name = host.name.isEmpty() ? QFileInfo(hostBundlePath).completeBaseName()
-                                             : host.name;
-    return QStringLiteral("%1/%2 Sparkle/2.6").arg(asciiOnly(name), asciiOnly(host.version)).toLatin1();
+    const QString name =
+        host.name.isEmpty() ? QFileInfo(hostBundlePath).completeBaseName() : host.name;
+    return QStringLiteral("%1/%2 Sparkle/2.6")
+        .arg(asciiOnly(name), asciiOnly(host.version))
+        .toLatin1();
 }
 
 void AppcastUpdateSession::report(const std::exception_ptr& failure) {
@@ -142,13 +144,11 @@ QCoro::Task<> AppcastUpdateSession::checkAndInstall() {
     context.now = clock.now();
     const AppcastSelection selection = selectUpdate(appcast.items, context);
     if (const auto* nothing = std::get_if<NoUpdateFound>(&selection)) {
-        const QString hostName = host.name.isEmpty()
-                                     ? QFileInfo(hostBundlePath).completeBaseName()
-                                     : host.name;
-        driver.showUpdateNotFound(
-            driverError(std::make_exception_ptr(
-                UpdaterError::noUpdateFound(*nothing, hostName, host.version))),
-            [] {});
+        const QString hostName =
+            host.name.isEmpty() ? QFileInfo(hostBundlePath).completeBaseName() : host.name;
+        driver.showUpdateNotFound(driverError(std::make_exception_ptr(UpdaterError::noUpdateFound(
+                                      *nothing, hostName, host.version))),
+                                  [] {});
         co_return;
     }
     const UpdateFound& found = std::get<UpdateFound>(selection);
@@ -256,8 +256,8 @@ QCoro::Task<> AppcastUpdateSession::install(const AppcastItem& item) {
         });
     };
     const auto installer = std::make_shared<const UpdateInstaller>();
-    auto prepared = std::make_shared<PreparedUpdate>(co_await runOnWorkerPool(
-        [installer, installRequest, observer, token] {
+    auto prepared = std::make_shared<PreparedUpdate>(
+        co_await runOnWorkerPool([installer, installRequest, observer, token] {
             return installer->prepare(installRequest, observer, token);
         }));
     if (!isRunning) {
@@ -268,9 +268,8 @@ QCoro::Task<> AppcastUpdateSession::install(const AppcastItem& item) {
     }
     // Nothing runs the other application here, so it counts as terminated.
     driver.showInstallingUpdate(true, [] {});
-    co_await runOnWorkerPool([installer, prepared, token] {
-        installer->install(std::move(*prepared), {}, token);
-    });
+    co_await runOnWorkerPool(
+        [installer, prepared, token] { installer->install(std::move(*prepared), {}, token); });
     if (!isRunning) {
         co_return;
     }
