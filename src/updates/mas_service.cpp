@@ -136,6 +136,9 @@ QCoro::Task<QString> MASService::runInTurn(const AsyncMutexLock& /*turn*/, QStri
     }
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
+    // Nothing is ever written to `mas`: an input left open would keep a tool
+    // that reads it waiting, and every later command behind it.
+    process.setStandardInputFile(QProcess::nullDevice());
     process.setProgram(*path);
     process.setArguments(arguments);
     process.start(QIODevice::ReadOnly);

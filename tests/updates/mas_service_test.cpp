@@ -209,6 +209,14 @@ TEST_F(MASServiceTest, PropagatesALaunchFailureAsItsOwnError) {
     EXPECT_THROW(await(service.runMASCommand({QStringLiteral("list")})), ProcessLaunchError);
 }
 
+TEST_F(MASServiceTest, GivesTheToolAnInputThatIsAlreadyAtItsEnd) {
+    installMasWithOneApp();
+    store.readStandardInput(QStringLiteral("list"));
+    // An input left open would keep the tool reading, and this call waiting, for ever.
+    EXPECT_EQ(await(service.fetchInstalledMASApps()).size(), 1);
+    EXPECT_EQ(runsOf(QStringLiteral("list")), 1);
+}
+
 TEST_F(MASServiceTest, RunsQueuedCommandsOneAtATimeWithoutBlockingTheThread) {
     installMasWithOneUpdate();
     store.delayCommand(QStringLiteral("list"), 300ms);
