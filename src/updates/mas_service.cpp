@@ -118,10 +118,11 @@ QCoro::Task<> MASService::upgradeMASApp(QString appId, ProgressHandler progressH
     }
     co_await report(progressHandler, UpdateState::completed());
     logger.info(QStringLiteral("Successfully updated MAS app %1: %2").arg(appId, output));
-    clearMASCaches();
+    co_await clearMASCaches();
 }
 
-void MASService::clearMASCaches() {
+QCoro::Task<> MASService::clearMASCaches() {
+    const AsyncMutexLock turn = co_await commandTurn.lock();
     masUpdatesCache.clear();
     installedAppsCache.clear();
     lastUpdateCheck.reset();
