@@ -1,8 +1,7 @@
 #include "discovery/bundle_scanner.h"
 
+#include "core/file_name_encoding.h"
 #include "discovery/directory_listing_error.h"
-
-#include <QFile>
 
 #include <dirent.h>
 #include <sys/stat.h>
@@ -93,7 +92,7 @@ public:
         const bool isLink = isSymbolicLink(entry);
         const QByteArray path = isLink ? resolvedPath(entry.path) : entry.path;
         if (hasApplicationExtension(path)) {
-            bundles.append(QFile::decodeName(path));
+            bundles.append(decodeFileName(path));
             return;
         }
         if (level == deepestLevel) {
@@ -116,7 +115,7 @@ public:
 }  // namespace
 
 QStringList scanApplicationBundles(const QString& root) {
-    const FolderListing listing = listFolder(QFile::encodeName(root));
+    const FolderListing listing = listFolder(encodeFileName(root));
     if (listing.error != 0) {
         throw DirectoryListingError(
             root, QString::fromStdString(std::generic_category().message(listing.error)));

@@ -1,5 +1,6 @@
 #include "cli_fixture.h"
 
+#include "core/file_name_encoding.h"
 #include "support/test_paths.h"
 
 #include <QDir>
@@ -32,6 +33,30 @@ protected:
                            options));
     }
 };
+
+// Lays out a bundle at the native path `bundle` with the given Info.plist.
+void placeBundle(const QByteArray& bundle, const QByteArray& infoPlist) {
+    ASSERT_EQ(mkdir(bundle.constData(), 0755), 0);
+    ASSERT_EQ(mkdir((bundle + "/Contents").constData(), 0755), 0);
+    std::FILE* file = std::fopen((bundle + "/Contents/Info.plist").constData(), "wb");
+    ASSERT_TRUE(file);
+    std::fwrite(infoPlist.constData(), 1, infoPlist.size(), file);
+    std::fclose(file);
+}
+
+// The temporary folder cannot remove what Qt cannot name, so a bundle whose
+// name is not UTF-8 is taken away here.
+void removeBundle(const QByteArray& bundle) {
+    unlink((bundle + "/Contents/Info.plist").constData());
+    rmdir((bundle + "/Contents").constData());
+    rmdir(bundle.constData());
+}
+
+QByteArray infoPlistOf(const QString& fixture) {
+    QFile file(fixturesDir() + QStringLiteral("/bundles/%1.app/Contents/Info.plist").arg(fixture));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    return file.readAll();
+}
 
 QStringList fixtureNames() {
     QStringList names;
@@ -149,25 +174,22 @@ TEST_F(ScanBundlesCommand, WritesLogLinesToStandardErrorWhenVerbose) {
     EXPECT_EQ(QJsonDocument::fromJson(result.output).array().size(), fixtureNames().size());
 }
 
-TEST_F(ScanBundlesCommand, SkipsABundleWhoseNameIsNotUtf8AndReadsTheRest) {
-    const QByteArray bundle = QFile::encodeName(applications()) + "/Caf\xe9.app";
-    ASSERT_EQ(mkdir(bundle.constData(), 0755), 0);
-    ASSERT_EQ(mkdir((bundle + "/Contents").constData(), 0755), 0);
-    QFile fixture(fixturesDir() + QStringLiteral("/bundles/Ice.app/Contents/Info.plist"));
-    ASSERT_TRUE(fixture.open(QIODevice::ReadOnly));
-    const QByteArray infoPlist = fixture.readAll();
-    std::FILE* file = std::fopen((bundle + "/Contents/Info.plist").constData(), "wb");
-    ASSERT_TRUE(file);
-    std::fwrite(infoPlist.constData(), 1, infoPlist.size(), file);
-    std::fclose(file);
+TEST_F(ScanBundlesCommand, ReadsABundleWhoseNameIsNotUtf8) {
+    const QByteArray bundle = QFile::encodeName(applications()) + "/Caf\xff.app";
+    placeBundle(bundle, infoPlistOf(QStringLiteral("Ice")));
 
     const QJsonArray records = scanJson();
 
-    EXPECT_EQ(records.size(), fixtureNames().size());
-    // The temporary folder cannot remove what a QString cannot name.
-    unlink((bundle + "/Contents/Info.plist").constData());
-    rmdir((bundle + "/Contents").constData());
-    rmdir(bundle.constData());
+    // The byte stands in the name as the lone surrogate U+DCFF, which a
+    // script of the JSON can turn back into the byte.
+    const QString name = QStringLiteral("Caf") + QChar(0xDCFF);
+    const QJsonObject record = this->record(records, name);
+    EXPECT_EQ(record[QStringLiteral("bundleIdentifier")], QStringLiteral("com.jordanbaird.Ice"));
+    const QString bundlePath = record[QStringLiteral("bundlePath")].toString();
+    EXPECT_EQ(bundlePath, applications() + u'/' + name + QStringLiteral(".app"));
+    EXPECT_EQ(tarnel::encodeFileName(bundlePath), bundle);
+    EXPECT_EQ(records.size(), fixtureNames().size() + 1);
+    removeBundle(bundle);
 }
 
 TEST_F(ScanBundlesCommand, FailsWithAMessageWhenTheFolderIsMissing) {
