@@ -192,6 +192,21 @@ TEST_F(ScanBundlesCommand, ReadsABundleWhoseNameIsNotUtf8) {
     removeBundle(bundle);
 }
 
+TEST_F(ScanBundlesCommand, GivesAbsoluteBundlePathsForARelativeFolder) {
+    const QString relative = QDir::current().relativeFilePath(applications());
+    ASSERT_TRUE(QDir::isRelativePath(relative));
+
+    const QJsonArray records =
+        jsonOf(scan({QStringLiteral("--applications"), relative, QStringLiteral("--json")}));
+
+    ASSERT_EQ(records.size(), fixtureNames().size());
+    for (const QJsonValue& value : records) {
+        EXPECT_EQ(value[QStringLiteral("bundlePath")].toString(),
+                  applications() + u'/' + value[QStringLiteral("name")].toString() +
+                      QStringLiteral(".app"));
+    }
+}
+
 TEST_F(ScanBundlesCommand, FailsWithAMessageWhenTheFolderIsMissing) {
     const QString missing = folder.filePath(QStringLiteral("Missing"));
 

@@ -226,3 +226,12 @@ TEST(BundleScanner, AcceptsARootWithATrailingSlash) {
 
     EXPECT_EQ(scanApplicationBundles(workshop.root() + u'/'), QStringList{bundle});
 }
+
+TEST(BundleScanner, GivesAbsolutePathsForARelativeRoot) {
+    BundleWorkshop workshop;
+    const QString bundle = workshop.addFixture(QStringLiteral("Folder/Top.app"));
+    const QString relative = QDir::current().relativeFilePath(workshop.root());
+    ASSERT_TRUE(QDir::isRelativePath(relative));
+
+    EXPECT_EQ(scanApplicationBundles(relative), QStringList{bundle});
+}
