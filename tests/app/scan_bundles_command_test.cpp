@@ -254,5 +254,6 @@ TEST(TarnelCli, PrintsUsageAndFailsWithoutACommand) {
     const CliResult result = runCli(toolPath(QStringLiteral("tarnel-cli")), {}, home.path());
 
     EXPECT_EQ(result.exitCode, 2);
-    EXPECT_TRUE(result.errors.startsWith("Usage: tarnel-cli"));
+    EXPECT_TRUE(result.output.isEmpty());
+    EXPECT_TRUE(result.errors.contains("\nUsage: tarnel-cli")) << result.errors.toStdString();
 }
