@@ -192,6 +192,18 @@ TEST_F(ScanBundlesCommand, ReadsABundleWhoseNameIsNotUtf8) {
     removeBundle(bundle);
 }
 
+TEST_F(ScanBundlesCommand, ShowsTheByteOfANameThatIsNotUtf8EscapedInTheTable) {
+    const QByteArray bundle = QFile::encodeName(applications()) + "/Caf\xff.app";
+    placeBundle(bundle, infoPlistOf(QStringLiteral("Ice")));
+
+    const auto result = scan({QStringLiteral("--applications"), applications()});
+
+    EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    EXPECT_TRUE(result.output.contains(R"(Caf\xFF )")) << result.output.toStdString();
+    EXPECT_TRUE(result.output.isValidUtf8());
+    removeBundle(bundle);
+}
+
 TEST_F(ScanBundlesCommand, GivesAbsoluteBundlePathsForARelativeFolder) {
     const QString relative = QDir::current().relativeFilePath(applications());
     ASSERT_TRUE(QDir::isRelativePath(relative));
@@ -205,6 +217,57 @@ TEST_F(ScanBundlesCommand, GivesAbsoluteBundlePathsForARelativeFolder) {
                   applications() + u'/' + value[QStringLiteral("name")].toString() +
                       QStringLiteral(".app"));
     }
+}
+
+// A hostile bundle names itself with controls that would clear the screen,
+// retitle the terminal or forge a row, and declares such a version.
+TEST_F(ScanBundlesCommand, ShowsControlCharactersEscapedInTheTableAndExactInJson) {
+    const QString name = QStringLiteral("Evil\x1b]0;owned\x07\r\nForged\t\x7f");
+    const QString version = QStringLiteral("1\u0085\u009b2J\u202e3\u2028");
+    placeBundle(QFile::encodeName(applications() + u'/' + name + QStringLiteral(".app")),
+                QStringLiteral(R"(<?xml version="1.0" encoding="UTF-8"?>
+<plist version="1.0">
+<dict>
+	<key>CFBundleIdentifier</key>
+	<string>org.example.evil</string>
+	<key>CFBundleShortVersionString</key>
+	<string>%1</string>
+</dict>
+</plist>
+)")
+                    .arg(version)
+                    .toUtf8());
+
+    const auto table = scan({QStringLiteral("--applications"), applications()});
+
+    EXPECT_EQ(table.exitCode, 0) << table.errors.toStdString();
+    const QString shown = QString::fromUtf8(table.output);
+    EXPECT_TRUE(shown.contains(QStringLiteral(R"(Evil\x1B]0;owned\x07\r\nForged\t\x7F )")))
+        << table.output.toStdString();
+    EXPECT_TRUE(shown.contains(QStringLiteral(R"(1\u{0085}\u{009B}2J\u{202E}3\u{2028})")))
+        << table.output.toStdString();
+    EXPECT_EQ(shown.count(u'\n'), fixtureNames().size() + 2);
+    for (const QChar character : shown) {
+        EXPECT_TRUE(character == u'\n' || character.isPrint()) << int{character.unicode()};
+    }
+
+    const QJsonObject record = this->record(scanJson(), name);
+    EXPECT_EQ(record[QStringLiteral("shortVersion")], version);
+}
+
+TEST_F(ScanBundlesCommand, ShowsControlCharactersEscapedInLogLines) {
+    QDir().mkpath(applications() + QStringLiteral("/Evil\x1b[2J\n[ERROR] forged.app/Contents"));
+
+    const auto result = scan({QStringLiteral("--applications"), applications(),
+                              QStringLiteral("--json"), QStringLiteral("--verbose")});
+
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(
+        QString::fromUtf8(result.errors),
+        QStringLiteral(
+            R"([WARNING] No Info.plist found at %1/Evil\x1B[2J\n[ERROR] forged.app/Contents/Info.plist)"
+            "\n")
+            .arg(applications()));
 }
 
 TEST_F(ScanBundlesCommand, FailsWithAMessageWhenTheFolderIsMissing) {
