@@ -3,6 +3,7 @@
 #include "support/test_paths.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -212,9 +213,20 @@ TEST_F(MatchCommand, FailsWithAMessageWhenTheCatalogueIsNoArray) {
                       .toUtf8());
 }
 
-TEST_F(MatchCommand, RequiresTheApplicationsFolder) {
-    expectFailure(match({QStringLiteral("--catalogue"), sharedCatalogue()}), 2,
-                  "--applications DIR is required");
+TEST_F(MatchCommand, MatchesTheSandboxsApplicationsFolderByDefault) {
+    const QString root = folder.filePath(QStringLiteral("mac"));
+    const CliResult created = runCli(toolPath(QStringLiteral("tarnel-sandbox")),
+                                     {QStringLiteral("create"), root}, folder.path());
+    ASSERT_EQ(created.exitCode, 0) << created.errors.toStdString();
+
+    const QJsonArray records =
+        jsonOf(run({QStringLiteral("--sandbox"), root, QStringLiteral("match"),
+                    QStringLiteral("--catalogue"), sharedCatalogue(), QStringLiteral("--json")}));
+
+    const QJsonObject amethyst = record(records, QStringLiteral("Amethyst"));
+    EXPECT_EQ(amethyst[QStringLiteral("bundlePath")].toString(),
+              QFileInfo(root).canonicalFilePath() + QStringLiteral("/Applications/Amethyst.app"));
+    EXPECT_EQ(optionNames(amethyst), QStringList{QStringLiteral("amethyst")});
 }
 
 TEST_F(MatchCommand, RejectsAnUnknownOption) {
@@ -233,5 +245,5 @@ TEST_F(MatchCommand, NamesItsOptionsInItsUsage) {
     const CliResult result = match({QStringLiteral("--help")});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_TRUE(result.output.contains(
-        "match --applications DIR [--catalogue FILE] [--installed TOKEN,...] [--json]"));
+        "match [--applications DIR] [--catalogue FILE] [--installed TOKEN,...] [--json]"));
 }

@@ -171,9 +171,10 @@ QCoro::Task<QList<Application>> matchAll(QList<Application> applications, Catalo
 }  // namespace
 
 QCoro::Task<int> runMatchCommand(QStringList arguments, SystemLayout layout) {
-    const QCommandLineOption applicationsOption(QStringLiteral("applications"),
-                                                QStringLiteral("The folder to match."),
-                                                QStringLiteral("DIR"));
+    const QCommandLineOption applicationsOption(
+        QStringLiteral("applications"),
+        QStringLiteral("The folder to match; by default the applications folder."),
+        QStringLiteral("DIR"));
     const QCommandLineOption catalogueOption(QStringLiteral("catalogue"),
                                              QStringLiteral("A catalogue file to match against."),
                                              QStringLiteral("FILE"));
@@ -182,21 +183,18 @@ QCoro::Task<int> runMatchCommand(QStringList arguments, SystemLayout layout) {
         QStringLiteral("TOKEN,..."));
     const QCommandLineOption jsonOption(QStringLiteral("json"), QStringLiteral("Print JSON."));
     CommandParser parser(commandName(command),
-                         QStringLiteral("tarnel-cli [--sandbox DIR] match --applications DIR "
+                         QStringLiteral("tarnel-cli [--sandbox DIR] match [--applications DIR] "
                                         "[--catalogue FILE] [--installed TOKEN,...] [--json]"),
                          QStringLiteral("Matches the bundles against the cask catalogue."),
                          {applicationsOption, catalogueOption, installedOption, jsonOption});
     if (const auto status = parser.parse(arguments)) {
         co_return *status;
     }
-    if (!parser.isSet(applicationsOption)) {
-        reportCommandFailure(command, QStringLiteral("the option --applications DIR is required"));
-        co_return 2;
-    }
 
     // Bundle paths are absolute with links resolved, and app artifacts must
     // name the folder the same way to meet them.
-    const QFileInfo folder(parser.value(applicationsOption));
+    const QFileInfo folder(parser.isSet(applicationsOption) ? parser.value(applicationsOption)
+                                                            : layout.applicationsDirectory);
     const QString root = folder.exists() ? folder.canonicalFilePath() : folder.absoluteFilePath();
     const auto settings = SettingsStore::open(layout.settingsFile);
     Logger logger(LogSink(), *settings, layout.desktopDirectory);
