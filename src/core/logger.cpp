@@ -1,5 +1,6 @@
 #include "core/logger.h"
 
+#include "core/printable_text.h"
 #include "core/settings_store.h"
 
 #include <QDateTime>
@@ -43,10 +44,13 @@ void Logger::error(const QString& message) {
 }
 
 void Logger::log(LogLevel level, const QString& message) {
+    // Messages carry names and paths from bundles, tools and servers; shown
+    // raw, a control character could rewrite a terminal or forge a line.
+    const QString shown = printableText(message);
     if (sink) {
-        sink(level, QStringLiteral("[%1] %2").arg(levelWord(level), message));
+        sink(level, QStringLiteral("[%1] %2").arg(levelWord(level), shown));
     }
-    writeToLogFile(message, level);
+    writeToLogFile(shown, level);
 }
 
 void Logger::prepareLogFile() {

@@ -1,8 +1,7 @@
 #include "platform/plain_file_reader.h"
 
+#include "core/file_name_encoding.h"
 #include "platform/file_descriptor.h"
-
-#include <QFile>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -42,7 +41,7 @@ std::variant<QByteArray, FileReadFailure> readPlainFileAt(int folderDescriptor,
 }
 
 std::variant<QByteArray, FileReadFailure> readPlainFile(const QString& path) {
-    return readPlainFileAt(AT_FDCWD, QFile::encodeName(path));
+    return readPlainFileAt(AT_FDCWD, encodeFileName(path));
 }
 
 }  // namespace tarnel

@@ -16,7 +16,7 @@ enum class FileReadFailure { missing, unreadable };
 std::variant<QByteArray, FileReadFailure> readPlainFileAt(int folderDescriptor,
                                                           const QByteArray& nativePath);
 
-// The same for a path of our own.
+// The same for a path held as text, such as a bundle's (see decodeFileName).
 std::variant<QByteArray, FileReadFailure> readPlainFile(const QString& path);
 
 }  // namespace tarnel
