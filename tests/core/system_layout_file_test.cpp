@@ -1,9 +1,13 @@
 #include "core/system_layout_file.h"
+#include "support/scoped_variable.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <unistd.h>
 
 using namespace tarnel;
 
@@ -18,6 +22,23 @@ TEST(SystemLayout, ProductionValuesAreTheRealMachines) {
     EXPECT_EQ(layout.catalogueUrl.path(), QStringLiteral("/api/cask.json"));
     EXPECT_TRUE(layout.extraTrustedCertificates.isEmpty());
     EXPECT_TRUE(layout.settingsFile.isEmpty());
+}
+
+TEST(SystemLayout, ProductionTemporaryFolderIsTheUsersRuntimeFolder) {
+    const ScopedVariable runtime("XDG_RUNTIME_DIR", "/run/user/4242");
+    EXPECT_EQ(SystemLayout::production().temporaryDirectory, QStringLiteral("/run/user/4242"));
+}
+
+TEST(SystemLayout, WithoutARuntimeFolderTheTemporaryFolderIsOneOfOurOwn) {
+    const ScopedVariable runtime("XDG_RUNTIME_DIR");
+    EXPECT_EQ(SystemLayout::production().temporaryDirectory,
+              QDir::tempPath() + QStringLiteral("/tarnel-%1").arg(geteuid()));
+}
+
+TEST(SystemLayout, ARelativeRuntimeFolderIsIgnored) {
+    const ScopedVariable runtime("XDG_RUNTIME_DIR", "run/user/4242");
+    EXPECT_EQ(SystemLayout::production().temporaryDirectory,
+              QDir::tempPath() + QStringLiteral("/tarnel-%1").arg(geteuid()));
 }
 
 TEST(SystemLayoutFile, RoundTripsAndResolvesRelativePathsFromItsFolder) {
