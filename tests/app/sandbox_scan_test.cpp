@@ -1,3 +1,4 @@
+#include "served_sandbox.h"
 #include "support/test_paths.h"
 
 #include <QDir>
@@ -38,26 +39,6 @@ QString createSandbox(const QTemporaryDir& folder) {
     EXPECT_EQ(created.exitCode, 0) << created.errors.toStdString();
     return root;
 }
-
-// Serves a sandbox for as long as it lives.
-class ServedSandbox {
-public:
-    explicit ServedSandbox(const QString& root) {
-        server.start(toolPath(QStringLiteral("tarnel-sandbox")), {QStringLiteral("serve"), root});
-        while (!announcement.contains('\n') && server.waitForReadyRead(30000)) {
-            announcement += server.readAllStandardOutput();
-        }
-    }
-    ~ServedSandbox() {
-        server.terminate();
-        server.waitForFinished(30000);
-    }
-    bool isServing() const { return announcement.startsWith("Serving "); }
-
-private:
-    QProcess server;
-    QByteArray announcement;
-};
 
 Finished scan(const QString& root, const QStringList& options = {}) {
     return run(QStringLiteral("tarnel-cli"),
