@@ -54,6 +54,14 @@ protected:
 
 }  // namespace
 
+TEST_F(SandboxLayout, ScanningASandboxNeverServedSaysToServeItFirst) {
+    const CliResult scanned = runOnSandbox({QStringLiteral("scan")});
+    EXPECT_EQ(scanned.exitCode, 1);
+    EXPECT_TRUE(scanned.output.isEmpty());
+    EXPECT_TRUE(scanned.errors.contains("run `tarnel-sandbox serve " + root.toUtf8() + "` first"))
+        << scanned.errors.toStdString();
+}
+
 TEST_F(SandboxLayout, ServingWritesTheAddressAndLeavesTheOtherKeysAsTheyAre) {
     QJsonObject written = layout();
     written.insert(QStringLiteral("applicationsDirectory"), QStringLiteral("Applications"));

@@ -161,9 +161,14 @@ TEST_F(SandboxScan, TheTableShowsEachStatusAndASummary) {
     EXPECT_TRUE(finished.errors.isEmpty()) << finished.errors.toStdString();
 }
 
-TEST(SandboxScanFailure, AnUnservedCatalogueFailsTheScanWithAMessage) {
+TEST(SandboxScanFailure, AnUnreachableCatalogueFailsTheScanWithAMessage) {
     QTemporaryDir folder;
     const QString root = createSandbox(folder);
+    {
+        // Served once, so that the layout holds an address nobody answers at any more.
+        const ServedSandbox served(root);
+        ASSERT_TRUE(served.isServing());
+    }
     const Finished finished = scan(root);
     EXPECT_NE(finished.exitCode, 0);
     EXPECT_TRUE(finished.errors.contains("discovery failed")) << finished.errors.toStdString();
@@ -173,6 +178,8 @@ TEST(SandboxScanFailure, AnUnservedCatalogueFailsTheScanWithAMessage) {
 TEST(SandboxScanFailure, MissingHomebrewFailsTheScanWithAMessage) {
     QTemporaryDir folder;
     const QString root = createSandbox(folder);
+    const ServedSandbox served(root);
+    ASSERT_TRUE(served.isServing());
     ASSERT_TRUE(QFile::remove(root + QStringLiteral("/opt/homebrew/bin/brew")));
     const Finished finished = scan(root);
     EXPECT_EQ(finished.exitCode, 1);

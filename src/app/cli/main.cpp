@@ -39,6 +39,13 @@ QCoro::Task<int> runCommand(QStringList arguments) {
             errors << "tarnel-cli: " << error.what() << '\n';
             co_return 1;
         }
+        // A sandbox learns its catalogue address only when it is served.
+        if (arguments.value(3) == QLatin1String("scan") && layout.catalogueUrl.isEmpty()) {
+            errors << "tarnel-cli: the sandbox " << arguments.at(2)
+                   << " has no catalogue address yet; run `tarnel-sandbox serve " << arguments.at(2)
+                   << "` first\n";
+            co_return 1;
+        }
         arguments.remove(1, 2);
     }
     const QString command = arguments.value(1);
