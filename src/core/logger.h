@@ -16,6 +16,7 @@ class SettingsStore;
 // The file is opened lazily and never kept open between lines.
 class Logger {
 public:
+    // Warns at once when `settings` could not parse its file.
     Logger(LogSink sink, SettingsStore& settings, QString desktopDirectory);
 
     void info(const QString& message);

@@ -9,8 +9,8 @@
 
 #include <gtest/gtest.h>
 
-// What the real tarnel-sandbox writes into a sandbox's layout, and what the
-// real tarnel-cli makes of it.
+// What the real tarnel-sandbox writes into a sandbox's layout and settings,
+// and what the real tarnel-cli makes of them.
 namespace {
 
 class SandboxLayout : public ::testing::Test {
@@ -102,4 +102,17 @@ TEST_F(SandboxLayout, ALayoutThatIsNoObjectIsRefusedClearly) {
     EXPECT_EQ(scanned.exitCode, 1);
     EXPECT_TRUE(scanned.errors.contains("holds an array; a layout is a JSON object"))
         << scanned.errors.toStdString();
+}
+
+TEST_F(SandboxLayout, AnUnparsableSettingsFileIsReportedAndLeftAsItIs) {
+    const QString settings = inSandbox(QStringLiteral("settings.json"));
+    const QByteArray broken = R"({"enableMASSupport": true, "excludedApplications": [)";
+    write(settings, broken);
+    const CliResult scanned =
+        runOnSandbox({QStringLiteral("scan-bundles"), QStringLiteral("--verbose")});
+    EXPECT_EQ(scanned.exitCode, 0) << scanned.errors.toStdString();
+    EXPECT_TRUE(scanned.errors.contains("[WARNING] The settings file " + settings.toUtf8() +
+                                        " cannot be parsed"))
+        << scanned.errors.toStdString();
+    EXPECT_EQ(contentsOf(settings), broken);
 }
