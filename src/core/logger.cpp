@@ -29,7 +29,15 @@ QByteArray fileLine(const QString& message, const QString& level) {
 }  // namespace
 
 Logger::Logger(LogSink sink, SettingsStore& settings, QString desktopDirectory)
-    : sink(std::move(sink)), settings(settings), desktopDirectory(std::move(desktopDirectory)) {}
+    : sink(std::move(sink)), settings(settings), desktopDirectory(std::move(desktopDirectory)) {
+    // The store opens before any logger exists, so the logger built over it
+    // tells of a file that could not be parsed.
+    if (const std::optional<QString>& file = settings.unparsableFile()) {
+        warning(QStringLiteral("The settings file %1 cannot be parsed; it is treated as empty "
+                               "and left as it is unless a setting changes")
+                    .arg(*file));
+    }
+}
 
 void Logger::info(const QString& message) {
     log(LogLevel::info, message);

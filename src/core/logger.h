@@ -18,6 +18,7 @@ class SettingsStore;
 // (see printableText).
 class Logger {
 public:
+    // Warns at once when `settings` could not parse its file.
     Logger(LogSink sink, SettingsStore& settings, QString desktopDirectory);
 
     void info(const QString& message);

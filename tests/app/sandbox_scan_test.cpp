@@ -1,3 +1,4 @@
+#include "served_sandbox.h"
 #include "support/test_paths.h"
 
 #include <QDir>
@@ -39,26 +40,6 @@ QString createSandbox(const QTemporaryDir& folder) {
     EXPECT_EQ(created.exitCode, 0) << created.errors.toStdString();
     return root;
 }
-
-// Serves a sandbox for as long as it lives.
-class ServedSandbox {
-public:
-    explicit ServedSandbox(const QString& root) {
-        server.start(toolPath(QStringLiteral("tarnel-sandbox")), {QStringLiteral("serve"), root});
-        while (!announcement.contains('\n') && server.waitForReadyRead(30000)) {
-            announcement += server.readAllStandardOutput();
-        }
-    }
-    ~ServedSandbox() {
-        server.terminate();
-        server.waitForFinished(30000);
-    }
-    bool isServing() const { return announcement.startsWith("Serving "); }
-
-private:
-    QProcess server;
-    QByteArray announcement;
-};
 
 Finished scan(const QString& root, const QStringList& options = {}) {
     return run(QStringLiteral("tarnel-cli"),
@@ -181,9 +162,14 @@ TEST_F(SandboxScan, TheTableShowsEachStatusAndASummary) {
     EXPECT_TRUE(finished.errors.isEmpty()) << finished.errors.toStdString();
 }
 
-TEST(SandboxScanFailure, AnUnservedCatalogueFailsTheScanWithAMessage) {
+TEST(SandboxScanFailure, AnUnreachableCatalogueFailsTheScanWithAMessage) {
     QTemporaryDir folder;
     const QString root = createSandbox(folder);
+    {
+        // Served once, so that the layout holds an address nobody answers at any more.
+        const ServedSandbox served(root);
+        ASSERT_TRUE(served.isServing());
+    }
     const Finished finished = scan(root);
     EXPECT_NE(finished.exitCode, 0);
     EXPECT_TRUE(finished.errors.contains("discovery failed")) << finished.errors.toStdString();
@@ -193,6 +179,8 @@ TEST(SandboxScanFailure, AnUnservedCatalogueFailsTheScanWithAMessage) {
 TEST(SandboxScanFailure, MissingHomebrewFailsTheScanWithAMessage) {
     QTemporaryDir folder;
     const QString root = createSandbox(folder);
+    const ServedSandbox served(root);
+    ASSERT_TRUE(served.isServing());
     ASSERT_TRUE(QFile::remove(root + QStringLiteral("/opt/homebrew/bin/brew")));
     const Finished finished = scan(root);
     EXPECT_EQ(finished.exitCode, 1);

@@ -52,6 +52,22 @@ TEST_F(LoggerTest, SendsEachLevelToTheSinkWithItsFormat) {
               (QStringList{u"[INFO] one"_qs, u"[WARNING] two"_qs, u"[ERROR] three"_qs}));
 }
 
+TEST_F(LoggerTest, WarnsOnceOfAnUnparsableSettingsFileWithItsPath) {
+    const QString path = folder.filePath(QStringLiteral("broken.json"));
+    QFile broken(path);
+    ASSERT_TRUE(broken.open(QIODevice::WriteOnly));
+    broken.write("{ not json");
+    broken.close();
+    SettingsStore store(path);
+    LogCapture brokenCapture;
+    const Logger brokenLogger(brokenCapture.sink(), store, desktop);
+    EXPECT_EQ(brokenCapture.lines(),
+              QStringList{QStringLiteral("[WARNING] The settings file %1 cannot be parsed; it is "
+                                         "treated as empty and left as it is unless a setting "
+                                         "changes")
+                              .arg(path)});
+}
+
 TEST_F(LoggerTest, WithTheSettingOffNothingIsCreatedOnTheDesktop) {
     logger.info(QStringLiteral("hello"));
     EXPECT_TRUE(desktopFiles().isEmpty());

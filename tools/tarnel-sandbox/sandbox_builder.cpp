@@ -320,8 +320,8 @@ void SandboxBuilder::writeLayout() const {
                              path(QStringLiteral("usr/local/bin/brew"))};
     layout.masCandidates = {path(QStringLiteral("opt/homebrew/bin/mas")),
                             path(QStringLiteral("usr/local/bin/mas"))};
-    // The port is known once the sandbox is served.
-    layout.catalogueUrl = QUrl(QStringLiteral("https://127.0.0.1:0/api/cask.json"));
+    // The address is known once the sandbox is served; until then there is none.
+    layout.catalogueUrl = QUrl();
     layout.homeDirectory = path(QStringLiteral("home"));
     layout.temporaryDirectory = path(QStringLiteral("tmp"));
     layout.desktopDirectory = path(QStringLiteral("home/Desktop"));

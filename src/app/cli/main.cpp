@@ -25,6 +25,11 @@ const QString description = QStringLiteral(
     "\n"
     "'tarnel-cli COMMAND --help' tells what each command takes.");
 
+// The commands that reach the sandbox's server.
+bool needsServedSandbox(const QString& command) {
+    return command == QLatin1String("scan");
+}
+
 QCoro::Task<int> runCommand(QStringList arguments) {
     const QCommandLineOption sandboxOption(
         QStringLiteral("sandbox"),
@@ -44,6 +49,15 @@ QCoro::Task<int> runCommand(QStringList arguments) {
         } catch (const tarnel::SystemLayoutFileError& error) {
             const QString problem = tarnel::printableText(QString::fromUtf8(error.what()));
             std::fprintf(stderr, "tarnel-cli: %s\n", problem.toUtf8().constData());
+            co_return 1;
+        }
+        // A sandbox learns its catalogue address only when it is served.
+        if (needsServedSandbox(parser.arguments().constFirst()) && layout.catalogueUrl.isEmpty()) {
+            const QString folder = tarnel::printableText(parser.value(sandboxOption));
+            std::fprintf(stderr,
+                         "tarnel-cli: the sandbox %s has no catalogue address yet; run "
+                         "`tarnel-sandbox serve %s` first\n",
+                         folder.toUtf8().constData(), folder.toUtf8().constData());
             co_return 1;
         }
     }
