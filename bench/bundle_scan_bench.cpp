@@ -5,6 +5,7 @@
 #include "core/settings_store.h"
 #include "discovery/applications_folder_reader.h"
 #include "platform/plain_file_reader.h"
+#include "platform/property_list_limits.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -31,7 +32,7 @@ const QStringList preferredLanguages{QStringLiteral("en-US"), QStringLiteral("en
 // The floor reads files the way the program does, so that only the parse and
 // the read itself count.
 QByteArray readFile(const QString& path) {
-    auto contents = readPlainFile(path);
+    auto contents = readPlainFile(path, PropertyListLimits::maximumSize);
     if (!std::holds_alternative<QByteArray>(contents)) {
         throw std::runtime_error("cannot read a bench file");
     }

@@ -2,6 +2,7 @@
 
 #include "platform/file_descriptor.h"
 #include "platform/plain_file_reader.h"
+#include "platform/property_list_limits.h"
 #include "platform/strings_file_parser.h"
 
 #include <QFile>
@@ -57,7 +58,8 @@ std::optional<QString> bundleLocalizedName(const QString& bundlePath,
         for (const QString& folder : resourceFolderNames(preferredLanguages)) {
             const auto strings = readPlainFileAt(
                 resources.get(),
-                QFile::encodeName(folder + QStringLiteral(".lproj/InfoPlist.strings")));
+                QFile::encodeName(folder + QStringLiteral(".lproj/InfoPlist.strings")),
+                PropertyListLimits::maximumSize);
             const auto* bytes = std::get_if<QByteArray>(&strings);
             const auto name = bytes ? declaredName(*bytes) : std::nullopt;
             if (name) {
