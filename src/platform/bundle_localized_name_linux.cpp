@@ -3,6 +3,7 @@
 #include "core/file_name_encoding.h"
 #include "platform/file_descriptor.h"
 #include "platform/plain_file_reader.h"
+#include "platform/property_list_limits.h"
 #include "platform/strings_file_parser.h"
 
 #include <QFileInfo>
@@ -57,7 +58,8 @@ std::optional<QString> bundleLocalizedName(const QString& bundlePath,
         for (const QString& folder : resourceFolderNames(preferredLanguages)) {
             const auto strings = readPlainFileAt(
                 resources.get(),
-                encodeFileName(folder + QStringLiteral(".lproj/InfoPlist.strings")));
+                encodeFileName(folder + QStringLiteral(".lproj/InfoPlist.strings")),
+                PropertyListLimits::maximumSize);
             const auto* bytes = std::get_if<QByteArray>(&strings);
             const auto name = bytes ? declaredName(*bytes) : std::nullopt;
             if (name) {

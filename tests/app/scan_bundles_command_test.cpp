@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -268,6 +269,28 @@ TEST_F(ScanBundlesCommand, ShowsControlCharactersEscapedInLogLines) {
             R"([WARNING] No Info.plist found at %1/Evil\x1B[2J\n[ERROR] forged.app/Contents/Info.plist)"
             "\n")
             .arg(applications()));
+}
+
+// An Info.plist of 200,000 nested arrays once overflowed the stack of the
+// thread that read it.
+TEST_F(ScanBundlesCommand, SkipsADeeplyNestedInfoPlistWithAWarningAndListsTheRest) {
+    const int depth = 200000;
+    QFile infoPlist(applications() + QStringLiteral("/Deep.app/Contents/Info.plist"));
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(infoPlist).path()));
+    ASSERT_TRUE(infoPlist.open(QIODevice::WriteOnly));
+    infoPlist.write("<plist version=\"1.0\">" + QByteArray("<array>").repeated(depth) +
+                    QByteArray("</array>").repeated(depth) + "</plist>");
+    infoPlist.close();
+
+    const auto result = scan({QStringLiteral("--applications"), applications(),
+                              QStringLiteral("--json"), QStringLiteral("--verbose")});
+
+    EXPECT_EQ(result.errors, "[WARNING] Failed to read Info.plist for Deep.app\n");
+    QStringList names;
+    for (const QJsonValue& record : jsonOf(result)) {
+        names.append(record[QStringLiteral("name")].toString());
+    }
+    EXPECT_EQ(names, fixtureNames());
 }
 
 TEST_F(ScanBundlesCommand, FailsWithAMessageWhenTheFolderIsMissing) {
