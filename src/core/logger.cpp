@@ -53,8 +53,9 @@ void Logger::error(const QString& message) {
 
 void Logger::log(LogLevel level, const QString& message) {
     // Messages carry names and paths from bundles, tools and servers; shown
-    // raw, a control character could rewrite a terminal or forge a line.
-    const QString shown = printableText(message);
+    // raw, a control character could rewrite a terminal. A newline is the
+    // message's own and stays, so that a tool's output keeps its lines.
+    const QString shown = printableText(message, LineBreaks::kept);
     if (sink) {
         sink(level, QStringLiteral("[%1] %2").arg(levelWord(level), shown));
     }

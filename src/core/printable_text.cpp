@@ -20,8 +20,11 @@ bool isLoneSurrogate(const QString& text, qsizetype index) {
     return false;
 }
 
-bool needsEscape(const QString& text, qsizetype index) {
+bool needsEscape(const QString& text, qsizetype index, LineBreaks lineBreaks) {
     const char16_t unit = text.at(index).unicode();
+    if (unit == u'\n' && lineBreaks == LineBreaks::kept) {
+        return false;
+    }
     return unit < 0x20 || (unit >= 0x7F && unit <= 0x9F) || unit == 0x2028 || unit == 0x2029 ||
            isBidirectionalControl(unit) || isLoneSurrogate(text, index);
 }
@@ -52,9 +55,9 @@ QString escaped(char16_t unit) {
 
 }  // namespace
 
-QString printableText(const QString& text) {
+QString printableText(const QString& text, LineBreaks lineBreaks) {
     qsizetype index = 0;
-    while (index < text.size() && !needsEscape(text, index)) {
+    while (index < text.size() && !needsEscape(text, index, lineBreaks)) {
         ++index;
     }
     if (index == text.size()) {
@@ -62,7 +65,7 @@ QString printableText(const QString& text) {
     }
     QString shown = text.left(index);
     for (; index < text.size(); ++index) {
-        if (needsEscape(text, index)) {
+        if (needsEscape(text, index, lineBreaks)) {
             shown += escaped(text.at(index).unicode());
         } else {
             shown += text.at(index);

@@ -12,6 +12,10 @@ namespace tarnel {
 // lone surrogate that holds a byte of a file name that is not UTF-8 (see
 // decodeFileName) as that byte, `\xFF`. Everything else, backslashes
 // included, stays as it is, so that ordinary text reads unchanged.
-QString printableText(const QString& text);
+// Log lines keep their line breaks: a message with a newline takes more
+// than one line, while every other control is still shown escaped.
+enum class LineBreaks { escaped, kept };
+
+QString printableText(const QString& text, LineBreaks lineBreaks = LineBreaks::escaped);
 
 }  // namespace tarnel

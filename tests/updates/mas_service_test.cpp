@@ -349,13 +349,12 @@ TEST_F(MASServiceTest, ReportsInstallingThenCompletedForASuccessfulUpgrade) {
     EXPECT_EQ(states, (QList<UpdateState>{UpdateState::installing(), UpdateState::completed()}));
     EXPECT_EQ(store.invocations().last().arguments,
               (QStringList{QStringLiteral("upgrade"), QStringLiteral("1")}));
-    // The tool's output stays on the one log line, its line breaks escaped.
     EXPECT_TRUE(
         capture.contains(LogLevel::info, QStringLiteral("Successfully updated MAS app 1: "
-                                                        "Upgrading 1 outdated application:\\n"
-                                                        "One (1.0) -> (2.0)\\n"
-                                                        "==> Downloading One\\n"
-                                                        "==> Installed One\\n")));
+                                                        "Upgrading 1 outdated application:\n"
+                                                        "One (1.0) -> (2.0)\n"
+                                                        "==> Downloading One\n"
+                                                        "==> Installed One\n")));
 }
 
 TEST_F(MASServiceTest, ChecksAgainAtOnceAfterASuccessfulUpgrade) {
