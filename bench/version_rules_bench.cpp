@@ -1,4 +1,5 @@
 #include "core/records/application.h"
+#include "floor_reporter.h"
 #include "updates/versions/version_rules.h"
 
 #include <benchmark/benchmark.h>
@@ -6,6 +7,8 @@
 #include <QList>
 #include <QString>
 
+#include <cstdio>
+#include <string>
 #include <utility>
 
 using namespace tarnel;
@@ -125,6 +128,68 @@ void installedDisplayVersionCalls(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
 }
 
+void installedVersionCalledNewerCalls(benchmark::State& state) {
+    overPairs(state, versionPairs(), isInstalledVersionCalledNewer);
+}
+
+// Two texts that differ only in their last character, after a run that
+// makes the normaliser reorder: marks in alternating classes, or characters
+// that each decompose into two such marks.
+VersionPair hostilePair(const QString& unit, qsizetype count) {
+    const QString run = u'a' + unit.repeated(count);
+    return {run + u'1', run + u'0'};
+}
+
+VersionPair alternatingMarks(qsizetype count) {
+    return hostilePair(QString::fromUtf16(u"\u0301\u0316"), count);
+}
+
+VersionPair decomposingCharacters(qsizetype count) {
+    return hostilePair(QString::fromUtf16(u"\u0F73"), count);
+}
+
+void alternatingMarksCall(benchmark::State& state) {
+    overPairs(state, {alternatingMarks(state.range(0))}, isInstalledVersionCalledNewer);
+}
+
+void decomposingCharactersCall(benchmark::State& state) {
+    overPairs(state, {decomposingCharacters(state.range(0))}, isInstalledVersionCalledNewer);
+}
+
+qsizetype charactersOf(const QList<VersionPair>& pairs) {
+    qsizetype characters = 0;
+    for (const auto& [candidate, baseline] : pairs) {
+        characters += candidate.size() + baseline.size();
+    }
+    return characters;
+}
+
+// Rule E's cost per character on hostile texts of two lengths, set against
+// its cost on ordinary versions: a cost that grew with the length of a text
+// would show as a ratio that grows with it.
+void summariseLongTexts(const FloorReporter::CpuTimes& times) {
+    if (!times.contains("installedVersionCalledNewerCalls")) {
+        return;
+    }
+    const QList<VersionPair>& ordinary = versionPairs();
+    const double floor = times.at("installedVersionCalledNewerCalls") *
+                         static_cast<double>(ordinary.size()) /
+                         static_cast<double>(charactersOf(ordinary));
+    std::printf("ordinary versions: %.2f ns per character\n", floor);
+    const auto report = [&](const std::string& name, const VersionPair& pair) {
+        if (times.contains(name)) {
+            const double cost = times.at(name) * 1e6 / static_cast<double>(charactersOf({pair}));
+            std::printf("%s: %.2f ns per character, %.1fx ordinary\n", name.c_str(), cost,
+                        cost / floor);
+        }
+    };
+    for (const qsizetype count : {32768, 131072}) {
+        const std::string size = std::to_string(count);
+        report("alternatingMarksCall/" + size, alternatingMarks(count));
+        report("decomposingCharactersCall/" + size, decomposingCharacters(count));
+    }
+}
+
 }  // namespace
 
 BENCHMARK(isVersionNewerCalls);
@@ -132,5 +197,14 @@ BENCHMARK(isBrewVersionNewerCalls);
 BENCHMARK(isDisplayVersionNewerCalls);
 BENCHMARK(compositeVersionCalls);
 BENCHMARK(installedDisplayVersionCalls);
+BENCHMARK(installedVersionCalledNewerCalls);
+BENCHMARK(alternatingMarksCall)->Arg(32768)->Arg(131072)->Unit(benchmark::kMillisecond);
+BENCHMARK(decomposingCharactersCall)->Arg(32768)->Arg(131072)->Unit(benchmark::kMillisecond);
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    FloorReporter reporter(summariseLongTexts);
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+    return 0;
+}

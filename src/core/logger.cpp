@@ -1,5 +1,6 @@
 #include "core/logger.h"
 
+#include "core/printable_text.h"
 #include "core/settings_store.h"
 
 #include <QDateTime>
@@ -28,7 +29,15 @@ QByteArray fileLine(const QString& message, const QString& level) {
 }  // namespace
 
 Logger::Logger(LogSink sink, SettingsStore& settings, QString desktopDirectory)
-    : sink(std::move(sink)), settings(settings), desktopDirectory(std::move(desktopDirectory)) {}
+    : sink(std::move(sink)), settings(settings), desktopDirectory(std::move(desktopDirectory)) {
+    // The store opens before any logger exists, so the logger built over it
+    // tells of a file that could not be parsed.
+    if (const std::optional<QString>& file = settings.unparsableFile()) {
+        warning(QStringLiteral("The settings file %1 cannot be parsed; it is treated as empty "
+                               "and left as it is unless a setting changes")
+                    .arg(*file));
+    }
+}
 
 void Logger::info(const QString& message) {
     log(LogLevel::info, message);
@@ -43,10 +52,14 @@ void Logger::error(const QString& message) {
 }
 
 void Logger::log(LogLevel level, const QString& message) {
+    // Messages carry names and paths from bundles, tools and servers; shown
+    // raw, a control character could rewrite a terminal. A newline is the
+    // message's own and stays, so that a tool's output keeps its lines.
+    const QString shown = printableText(message, LineBreaks::kept);
     if (sink) {
-        sink(level, QStringLiteral("[%1] %2").arg(levelWord(level), message));
+        sink(level, QStringLiteral("[%1] %2").arg(levelWord(level), shown));
     }
-    writeToLogFile(message, level);
+    writeToLogFile(shown, level);
 }
 
 void Logger::prepareLogFile() {

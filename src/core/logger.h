@@ -13,9 +13,12 @@ class SettingsStore;
 
 // The one logging path. Every message goes to the sink and, while the
 // `enableFileLogging` default is on, to "TarnelLog-{stamp}.log" on the desktop.
-// The file is opened lazily and never kept open between lines.
+// The file is opened lazily and never kept open between lines. A message
+// is one line wherever it goes: its control characters are shown escaped
+// (see printableText).
 class Logger {
 public:
+    // Warns at once when `settings` could not parse its file.
     Logger(LogSink sink, SettingsStore& settings, QString desktopDirectory);
 
     void info(const QString& message);

@@ -38,7 +38,12 @@ bool isNumber(const QVariant& value) {
 SettingsStore::SettingsStore(const QString& filePath)
     : SettingsStore(std::make_unique<QSettings>(filePath, settingsFileFormat())) {}
 
-SettingsStore::SettingsStore(std::unique_ptr<QSettings> settings) : settings(std::move(settings)) {}
+SettingsStore::SettingsStore(std::unique_ptr<QSettings> settings) : settings(std::move(settings)) {
+    // The file is read as the store opens; one that fails reads as empty.
+    if (this->settings->status() == QSettings::FormatError) {
+        unparsableFilePath = this->settings->fileName();
+    }
+}
 
 SettingsStore::~SettingsStore() = default;
 

@@ -32,6 +32,10 @@ public:
     std::optional<QStringList> stringListValue(const QString& key) const;
     std::optional<QByteArray> dataValue(const QString& key) const;
     bool contains(const QString& key) const;
+    // The path of the file when it could not be parsed as the store was
+    // opened. Its values then read as absent for the whole run, and the file
+    // stays as it is until a setting is written.
+    const std::optional<QString>& unparsableFile() const { return unparsableFilePath; }
 
     void setBool(const QString& key, bool value);
     void setString(const QString& key, const QString& value);
@@ -47,6 +51,7 @@ private:
 
     mutable QMutex mutex;
     std::unique_ptr<QSettings> settings;
+    std::optional<QString> unparsableFilePath;
 };
 
 }  // namespace tarnel

@@ -16,7 +16,7 @@ SystemLayout SystemLayout::production() {
                             QStringLiteral("/usr/local/bin/mas")};
     layout.catalogueUrl = QUrl(QStringLiteral("https://formulae.brew.sh/api/cask.json"));
     layout.homeDirectory = QDir::homePath();
-    layout.temporaryDirectory = QDir::tempPath();
+    layout.temporaryDirectory = privateTemporaryDirectory();
     layout.desktopDirectory = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
     layout.preferredLanguages = QLocale::system().uiLanguages();
     // Without `osascript` the dialog comes from the helper installed beside the program.

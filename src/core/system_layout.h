@@ -34,6 +34,9 @@ struct SystemLayout {
 
     // The values of a real installation.
     static SystemLayout production();
+    // The platform's temporary folder of this user alone, which no other
+    // user can write to; the folder may not exist yet.
+    static QString privateTemporaryDirectory();
 };
 
 }  // namespace tarnel

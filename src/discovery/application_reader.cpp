@@ -5,6 +5,7 @@
 #include "platform/plain_file_reader.h"
 #include "platform/property_list_dictionary.h"
 #include "platform/property_list_error.h"
+#include "platform/property_list_limits.h"
 
 #include <QFileInfo>
 #include <QUuid>
@@ -62,7 +63,7 @@ std::optional<Application> createApplication(const QString& bundlePath,
         return std::nullopt;
     }
     const QString infoPlistPath = bundlePath + QStringLiteral("/Contents/Info.plist");
-    const auto contents = readPlainFile(infoPlistPath);
+    const auto contents = readPlainFile(infoPlistPath, PropertyListLimits::maximumSize);
     const auto* failure = std::get_if<FileReadFailure>(&contents);
     if (failure && *failure == FileReadFailure::missing) {
         logger.warning(QStringLiteral("No Info.plist found at %1").arg(infoPlistPath));

@@ -1,11 +1,13 @@
 #include "discovery/bundle_scanner.h"
 
+#include "core/file_name_encoding.h"
 #include "discovery/directory_listing_error.h"
 
-#include <QFile>
+#include <QDir>
 
 #include <dirent.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -93,7 +95,7 @@ public:
         const bool isLink = isSymbolicLink(entry);
         const QByteArray path = isLink ? resolvedPath(entry.path) : entry.path;
         if (hasApplicationExtension(path)) {
-            bundles.append(QFile::decodeName(path));
+            bundles.append(decodeFileName(path));
             return;
         }
         if (level == deepestLevel) {
@@ -113,10 +115,24 @@ public:
     QStringList bundles;
 };
 
+// The folder as an absolute path, so that every bundle's path is one too.
+QByteArray absoluteFolder(const QString& root) {
+    if (QDir::isAbsolutePath(root)) {
+        return encodeFileName(root);
+    }
+    char* current = getcwd(nullptr, 0);
+    if (!current) {
+        return encodeFileName(root);
+    }
+    const QString absolute = QDir::cleanPath(decodeFileName(current) + u'/' + root);
+    std::free(current);
+    return encodeFileName(absolute);
+}
+
 }  // namespace
 
 QStringList scanApplicationBundles(const QString& root) {
-    const FolderListing listing = listFolder(QFile::encodeName(root));
+    const FolderListing listing = listFolder(absoluteFolder(root));
     if (listing.error != 0) {
         throw DirectoryListingError(
             root, QString::fromStdString(std::generic_category().message(listing.error)));

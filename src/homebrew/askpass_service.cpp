@@ -4,10 +4,8 @@
 #include "core/strict_utf8.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
-#include <QSaveFile>
 
 namespace tarnel {
 
@@ -62,14 +60,13 @@ QString helperScript(const QString& dialogProgram) {
         .arg(dialogCommand(dialogProgram));
 }
 
-constexpr QFileDevice::Permissions helperPermissions =
-    QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner |
-    QFileDevice::ReadGroup | QFileDevice::ExeGroup | QFileDevice::ReadOther | QFileDevice::ExeOther;
+constexpr mode_t helperMode = 0755;
 
 }  // namespace
 
 AskpassService::AskpassService(Logger& logger, const SystemLayout& layout)
     : logger(logger),
+      folder(layout.temporaryDirectory),
       helperPath(QDir(layout.temporaryDirectory).filePath(helperFileName)),
       scriptText(helperScript(layout.askpassDialogProgram)) {}
 
@@ -80,7 +77,9 @@ bool AskpassService::isExecutableFile(const QString& path) {
 
 std::optional<QString> AskpassService::ensureAskpassHelper() {
     if (askpassHelperPath) {
-        if (isExecutableFile(*askpassHelperPath)) {
+        // Checked on every use: a helper that another user could have placed
+        // or changed would receive the password.
+        if (folder.holdsOwnFile(helperFileName, helperMode)) {
             return askpassHelperPath;
         }
         logger.warning(
@@ -92,15 +91,9 @@ std::optional<QString> AskpassService::ensureAskpassHelper() {
 }
 
 std::optional<QString> AskpassService::createAskpassHelper() {
-    QSaveFile file(helperPath);
-    const QByteArray bytes = scriptText.toUtf8();
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
-        logger.error(QStringLiteral("Failed to create askpass helper: ") + file.errorString());
-        return std::nullopt;
-    }
-    QFile written(helperPath);
-    if (!written.setPermissions(helperPermissions)) {
-        logger.error(QStringLiteral("Failed to create askpass helper: ") + written.errorString());
+    if (const std::optional<QString> failure =
+            folder.replaceFile(helperFileName, scriptText.toUtf8(), helperMode)) {
+        logger.error(QStringLiteral("Failed to create askpass helper: ") + *failure);
         return std::nullopt;
     }
     logger.info(QStringLiteral("Created simple askpass helper at: ") + helperPath);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/system_layout.h"
+#include "platform/private_directory.h"
 
 #include <QString>
 
@@ -18,9 +19,10 @@ public:
     AskpassService(Logger& logger, const SystemLayout& layout);
 
     // The path of a helper ready for use, written afresh when the one known
-    // is gone or no longer executable.
+    // is gone, no longer executable, or no longer the user's own file.
     std::optional<QString> ensureAskpassHelper();
-    // Writes the script, makes it executable and checks its syntax.
+    // Writes the script, makes it executable and checks its syntax. The
+    // temporary folder must be private to the user.
     std::optional<QString> createAskpassHelper();
     // Runs `/bin/bash -n` on the file. It blocks, briefly, and only when a
     // helper is written.
@@ -31,6 +33,7 @@ public:
 
 private:
     Logger& logger;
+    PrivateDirectory folder;
     QString helperPath;
     QString scriptText;
     std::optional<QString> askpassHelperPath;

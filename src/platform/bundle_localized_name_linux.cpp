@@ -1,10 +1,11 @@
 #include "platform/bundle_localized_name.h"
 
+#include "core/file_name_encoding.h"
 #include "platform/file_descriptor.h"
 #include "platform/plain_file_reader.h"
+#include "platform/property_list_limits.h"
 #include "platform/strings_file_parser.h"
 
-#include <QFile>
 #include <QFileInfo>
 
 #include <fcntl.h>
@@ -51,13 +52,14 @@ std::optional<QString> bundleLocalizedName(const QString& bundlePath,
                                            const QStringList& preferredLanguages) {
     // Opened once, the folder makes each language's look a short one.
     const FileDescriptor resources(
-        open(QFile::encodeName(bundlePath + QStringLiteral("/Contents/Resources")).constData(),
+        open(encodeFileName(bundlePath + QStringLiteral("/Contents/Resources")).constData(),
              O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (resources.isValid()) {
         for (const QString& folder : resourceFolderNames(preferredLanguages)) {
             const auto strings = readPlainFileAt(
                 resources.get(),
-                QFile::encodeName(folder + QStringLiteral(".lproj/InfoPlist.strings")));
+                encodeFileName(folder + QStringLiteral(".lproj/InfoPlist.strings")),
+                PropertyListLimits::maximumSize);
             const auto* bytes = std::get_if<QByteArray>(&strings);
             const auto name = bytes ? declaredName(*bytes) : std::nullopt;
             if (name) {

@@ -1,92 +1,55 @@
 #include "platform/property_list_dictionary.h"
 
+#include "platform/binary_property_list_reader.h"
 #include "platform/property_list_error.h"
-
-#include <plist/plist.h>
-
-#include <cstdint>
-#include <cstdlib>
-#include <limits>
+#include "platform/property_list_limits.h"
+#include "platform/xml_property_list_reader.h"
 
 namespace tarnel {
 
-namespace {
-
-std::optional<QString> textOf(plist_t node) {
-    if (!PLIST_IS_STRING(node)) {
-        return std::nullopt;
-    }
-    uint64_t length = 0;
-    const char* bytes = plist_get_string_ptr(node, &length);
-    return QString::fromUtf8(bytes, static_cast<qsizetype>(length));
-}
-
-}  // namespace
-
-void PropertyListDictionary::NodeRelease::operator()(void* node) const {
-    plist_free(node);
-}
-
-PropertyListDictionary::PropertyListDictionary(void* root) : root(root) {}
+PropertyListDictionary::PropertyListDictionary(PropertyListEntries entries)
+    : entries(std::move(entries)) {}
 
 PropertyListDictionary PropertyListDictionary::fromData(const QByteArray& data) {
-    // The parser takes a 32-bit length; nothing that large is a real bundle file.
-    if (data.isEmpty() || data.size() > std::numeric_limits<uint32_t>::max()) {
+    if (data.isEmpty()) {
         throw PropertyListError(PropertyListError::Case::malformed);
     }
-    plist_t node = nullptr;
-    plist_from_memory(data.constData(), static_cast<uint32_t>(data.size()), &node);
-    if (!node) {
-        throw PropertyListError(PropertyListError::Case::malformed);
+    if (data.size() > PropertyListLimits::maximumSize) {
+        throw PropertyListError(PropertyListError::Case::exceedsLimits);
     }
-    PropertyListDictionary dictionary(node);
-    if (!PLIST_IS_DICT(node)) {
-        throw PropertyListError(PropertyListError::Case::rootNotDictionary);
-    }
-    return dictionary;
+    return PropertyListDictionary(data.startsWith("bplist00") ? readBinaryPropertyList(data)
+                                                              : readXmlPropertyList(data));
 }
 
-void* PropertyListDictionary::item(const char* key) const {
-    return plist_dict_get_item(root.get(), key);
+template <typename Value>
+std::optional<Value> PropertyListDictionary::valueOf(const char* key) const {
+    const auto found = entries.constFind(QString::fromUtf8(key));
+    if (found == entries.cend() || !std::holds_alternative<Value>(*found)) {
+        return std::nullopt;
+    }
+    return std::get<Value>(*found);
 }
 
 bool PropertyListDictionary::contains(const char* key) const {
-    return item(key) != nullptr;
+    return entries.contains(QString::fromUtf8(key));
 }
 
 std::optional<QString> PropertyListDictionary::text(const char* key) const {
-    return textOf(item(key));
+    return valueOf<QString>(key);
 }
 
 std::optional<bool> PropertyListDictionary::boolean(const char* key) const {
-    plist_t node = item(key);
-    if (!PLIST_IS_BOOLEAN(node)) {
-        return std::nullopt;
-    }
-    uint8_t value = 0;
-    plist_get_bool_val(node, &value);
-    return value != 0;
+    return valueOf<bool>(key);
 }
 
 QHash<QString, QString> PropertyListDictionary::textEntries() const {
-    QHash<QString, QString> entries;
-    plist_dict_iter iterator = nullptr;
-    plist_dict_new_iter(root.get(), &iterator);
-    for (;;) {
-        char* key = nullptr;
-        plist_t value = nullptr;
-        plist_dict_next_item(root.get(), iterator, &key, &value);
-        if (!value) {
-            std::free(key);
-            break;
+    QHash<QString, QString> texts;
+    for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry) {
+        if (const auto* text = std::get_if<QString>(&entry.value())) {
+            texts.insert(entry.key(), *text);
         }
-        if (const auto text = textOf(value)) {
-            entries.insert(QString::fromUtf8(key), *text);
-        }
-        std::free(key);
     }
-    std::free(iterator);
-    return entries;
+    return texts;
 }
 
 }  // namespace tarnel

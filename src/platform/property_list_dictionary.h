@@ -1,21 +1,23 @@
 #pragma once
 
+#include "platform/property_list_entries.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QString>
 
-#include <memory>
 #include <optional>
 
 namespace tarnel {
 
 // The root dictionary of an XML or binary property list, read by key. Text
 // and booleans are told apart; any other value only counts as present.
-// Move-only; reading it from several threads at once is safe.
+// Reading it from several threads at once is safe.
 class PropertyListDictionary {
 public:
-    // Throws PropertyListError when the bytes are no property list or its
-    // root is no dictionary.
+    // Throws PropertyListError when the bytes are no property list, its
+    // root is no dictionary, or it exceeds PropertyListLimits. Whatever the
+    // bytes, the time and memory taken grow no faster than their length.
     static PropertyListDictionary fromData(const QByteArray& data);
 
     // Keys are UTF-8, as the format stores them.
@@ -26,14 +28,11 @@ public:
     QHash<QString, QString> textEntries() const;
 
 private:
-    struct NodeRelease {
-        void operator()(void* node) const;
-    };
+    explicit PropertyListDictionary(PropertyListEntries entries);
+    template <typename Value>
+    std::optional<Value> valueOf(const char* key) const;
 
-    explicit PropertyListDictionary(void* root);
-    void* item(const char* key) const;
-
-    std::unique_ptr<void, NodeRelease> root;
+    PropertyListEntries entries;
 };
 
 }  // namespace tarnel

@@ -10,6 +10,8 @@ const char* describe(PropertyListError::Case errorCase) {
             return "The data is not a property list";
         case PropertyListError::Case::rootNotDictionary:
             return "The property list is not a dictionary";
+        case PropertyListError::Case::exceedsLimits:
+            return "The property list is larger or deeper than a bundle's property list can be";
     }
     return "";
 }

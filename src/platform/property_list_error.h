@@ -7,7 +7,7 @@ namespace tarnel {
 // Why bytes could not be taken as a property-list dictionary.
 class PropertyListError : public std::runtime_error {
 public:
-    enum class Case { malformed, rootNotDictionary };
+    enum class Case { malformed, rootNotDictionary, exceedsLimits };
 
     explicit PropertyListError(Case errorCase);
 

@@ -1,7 +1,9 @@
 #include "updates/mas_output_parser.h"
 
-#include <QRegularExpression>
 #include <QStringList>
+#include <QStringView>
+
+#include <optional>
 
 namespace tarnel {
 
@@ -29,21 +31,43 @@ QList<MASLine> splitLines(const QString& output) {
     return lines;
 }
 
-// The name is what stands before the trailing parenthesis.
-QString nameBefore(const QString& remainder, const QRegularExpressionMatch& match) {
-    return remainder.chopped(match.capturedLength()).trimmed();
+// The version part that ends a line: "(", text without ")", and the ")" that
+// is the line's last character, opened as far left as that allows. This is
+// what the expression "\(([^)]+)\)$" finds, read in one pass: a search with
+// the expression backtracks, in time quadratic in the length of the line.
+struct TrailingParentheses {
+    // Where the "(" stands; the name is what comes before it.
+    qsizetype start = 0;
+    // Between the parentheses; never empty.
+    QStringView inside;
+};
+
+std::optional<TrailingParentheses> trailingParentheses(QStringView text) {
+    if (!text.endsWith(u')')) {
+        return std::nullopt;
+    }
+    const QStringView body = text.chopped(1);
+    // The inside holds no ")", so it opens after the last one before the end.
+    // A later "(" would only give a shorter inside of the same kind.
+    const qsizetype start = body.indexOf(u'(', body.lastIndexOf(u')') + 1);
+    if (start < 0 || start + 1 == body.size()) {
+        return std::nullopt;
+    }
+    return TrailingParentheses{start, body.sliced(start + 1)};
+}
+
+QString nameBefore(const QString& remainder, const TrailingParentheses& parentheses) {
+    return remainder.first(parentheses.start).trimmed();
 }
 
 }  // namespace
 
 QList<MASApp> parseMASList(const QString& output) {
-    static const QRegularExpression versionPattern(QStringLiteral("\\(([^)]+)\\)$"));
     QList<MASApp> apps;
     for (const MASLine& line : splitLines(output)) {
-        const QRegularExpressionMatch match = versionPattern.match(line.remainder);
-        if (match.hasMatch()) {
-            apps.append(
-                MASApp{line.identifier, nameBefore(line.remainder, match), match.captured(1)});
+        if (const auto parentheses = trailingParentheses(line.remainder)) {
+            apps.append(MASApp{line.identifier, nameBefore(line.remainder, *parentheses),
+                               parentheses->inside.toString()});
         } else {
             apps.append(MASApp{line.identifier, line.remainder, QString()});
         }
@@ -51,17 +75,26 @@ QList<MASApp> parseMASList(const QString& output) {
     return apps;
 }
 
+// The parentheses hold "{current} -> {available}". The current version runs
+// to the last arrow that leaves an available version after it, as the greedy
+// first group of "\(([^)]+) -> ([^)]+)\)$" takes it; a shorter inside opened
+// further right could only hold fewer arrows, so it never matches instead.
 QList<MASUpdate> parseMASOutdated(const QString& output) {
-    static const QRegularExpression versionsPattern(QStringLiteral("\\(([^)]+) -> ([^)]+)\\)$"));
+    const QStringView arrow = u" -> ";
     QList<MASUpdate> updates;
     for (const MASLine& line : splitLines(output)) {
-        const QRegularExpressionMatch match = versionsPattern.match(line.remainder);
-        if (!match.hasMatch()) {
+        const auto parentheses = trailingParentheses(line.remainder);
+        if (!parentheses || parentheses->inside.size() < arrow.size() + 2) {
             continue;
         }
-        updates.append(MASUpdate{line.identifier, line.identifier,
-                                 nameBefore(line.remainder, match), match.captured(1),
-                                 match.captured(2)});
+        const QStringView inside = parentheses->inside;
+        const qsizetype split = inside.lastIndexOf(arrow, inside.size() - arrow.size() - 1);
+        if (split < 1) {
+            continue;
+        }
+        updates.append(MASUpdate{
+            line.identifier, line.identifier, nameBefore(line.remainder, *parentheses),
+            inside.first(split).toString(), inside.sliced(split + arrow.size()).toString()});
     }
     return updates;
 }

@@ -118,10 +118,11 @@ QCoro::Task<> MASService::upgradeMASApp(QString appId, ProgressHandler progressH
     }
     co_await report(progressHandler, UpdateState::completed());
     logger.info(QStringLiteral("Successfully updated MAS app %1: %2").arg(appId, output));
-    clearMASCaches();
+    co_await clearMASCaches();
 }
 
-void MASService::clearMASCaches() {
+QCoro::Task<> MASService::clearMASCaches() {
+    const AsyncMutexLock turn = co_await commandTurn.lock();
     masUpdatesCache.clear();
     installedAppsCache.clear();
     lastUpdateCheck.reset();
@@ -136,6 +137,9 @@ QCoro::Task<QString> MASService::runInTurn(const AsyncMutexLock& /*turn*/, QStri
     }
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
+    // Nothing is ever written to `mas`: an input left open would keep a tool
+    // that reads it waiting, and every later command behind it.
+    process.setStandardInputFile(QProcess::nullDevice());
     process.setProgram(*path);
     process.setArguments(arguments);
     process.start(QIODevice::ReadOnly);

@@ -23,8 +23,9 @@ class Logger;
 struct SystemLayout;
 
 // The only place that launches `mas`, the optional store tool. Lives on the
-// main thread. Every command, with the cache check before it, waits for its
-// turn, so that one `mas` runs at a time while the thread stays free.
+// main thread. Every command, with the cache check before it, and every
+// clearing of the caches waits for its turn, so that one `mas` runs at a time
+// while the thread stays free.
 class MASService {
 public:
     MASService(Logger& logger, const SystemLayout& layout, const Clock& clock);
@@ -40,7 +41,9 @@ public:
     QCoro::Task<QList<MASUpdate>> fetchOutdatedMASApps();
     // Reports `installing`, then `completed` or an error; only success clears the caches.
     QCoro::Task<> upgradeMASApp(QString appId, ProgressHandler progressHandler = {});
-    void clearMASCaches();
+    // Waits for the running command, if any, so that the result it stores
+    // cannot bring back what was cleared.
+    QCoro::Task<> clearMASCaches();
 
 private:
     // `turn` proves that the caller holds `commandTurn`.

@@ -3,6 +3,7 @@
 #include "platform/plain_file_reader.h"
 #include "platform/property_list_dictionary.h"
 #include "platform/property_list_error.h"
+#include "platform/property_list_limits.h"
 
 #include <array>
 #include <optional>
@@ -32,7 +33,8 @@ bool isVendorInternalFeed(const QString& feedURL) {
 
 InfoPlistFeedReading readInfoPlistFeed(const QString& bundlePath) {
     using Outcome = InfoPlistFeedReading::Outcome;
-    const auto read = readPlainFile(bundlePath + QStringLiteral("/Contents/Info.plist"));
+    const auto read = readPlainFile(bundlePath + QStringLiteral("/Contents/Info.plist"),
+                                    PropertyListLimits::maximumSize);
     if (const auto* failure = std::get_if<FileReadFailure>(&read)) {
         if (*failure == FileReadFailure::missing) {
             return {Outcome::noInfoPlist, {}};

@@ -8,15 +8,24 @@
 
 #include <qcoro/qcoroprocess.h>
 
+#include <functional>
+
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace {
 
-QCoro::Task<CliResult> runToEnd(QString program, QStringList arguments, QString home) {
+QCoro::Task<CliResult> runToEnd(QString program, QStringList arguments, QString home,
+                                std::function<void(QProcess&)> prepare) {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     // The program opens the user's settings; keep them inside the test's folder.
     environment.insert(QStringLiteral("HOME"), home);
     environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/config"));
     process.setProcessEnvironment(environment);
+    if (prepare) {
+        prepare(process);
+    }
     co_await qCoro(process).start(program, arguments);
     co_await qCoro(process).waitForFinished(-1);
     co_return CliResult{process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
@@ -26,7 +35,28 @@ QCoro::Task<CliResult> runToEnd(QString program, QStringList arguments, QString 
 }  // namespace
 
 CliResult runCli(const QString& program, const QStringList& arguments, const QString& home) {
-    return await(runToEnd(program, arguments, home));
+    return await(runToEnd(program, arguments, home, {}));
+}
+
+CliResult runCliWritingTo(const QString& program, const QStringList& arguments, const QString& home,
+                          const QString& outputPath) {
+    return await(runToEnd(program, arguments, home, [outputPath](QProcess& process) {
+        process.setStandardOutputFile(outputPath);
+    }));
+}
+
+CliResult runCliIntoClosedPipe(const QString& program, const QStringList& arguments,
+                               const QString& home) {
+    int ends[2];
+    EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    close(ends[0]);
+    // Put in place after QProcess has set up the child's own channels.
+    const CliResult result =
+        await(runToEnd(program, arguments, home, [writer = ends[1]](QProcess& process) {
+            process.setChildProcessModifier([writer] { dup2(writer, STDOUT_FILENO); });
+        }));
+    close(ends[1]);
+    return result;
 }
 
 void CliFixture::SetUp() {

@@ -18,6 +18,12 @@ struct CliResult {
 
 // Runs `program` to its end with HOME and the settings inside `home`.
 CliResult runCli(const QString& program, const QStringList& arguments, const QString& home);
+// The same with standard output written to the file at `outputPath`.
+CliResult runCliWritingTo(const QString& program, const QStringList& arguments, const QString& home,
+                          const QString& outputPath);
+// The same with standard output a pipe whose reading end is already closed.
+CliResult runCliIntoClosedPipe(const QString& program, const QStringList& arguments,
+                               const QString& home);
 
 // A temporary folder holding a copy of the shared fixture bundles as its
 // "Applications", and tarnel-cli run with that folder as its home.

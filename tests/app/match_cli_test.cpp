@@ -3,6 +3,7 @@
 #include "support/test_paths.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -212,9 +213,20 @@ TEST_F(MatchCommand, FailsWithAMessageWhenTheCatalogueIsNoArray) {
                       .toUtf8());
 }
 
-TEST_F(MatchCommand, RequiresTheApplicationsFolder) {
-    expectFailure(match({QStringLiteral("--catalogue"), sharedCatalogue()}), 2,
-                  "--applications DIR is required");
+TEST_F(MatchCommand, MatchesTheSandboxsApplicationsFolderByDefault) {
+    const QString root = folder.filePath(QStringLiteral("mac"));
+    const CliResult created = runCli(toolPath(QStringLiteral("tarnel-sandbox")),
+                                     {QStringLiteral("create"), root}, folder.path());
+    ASSERT_EQ(created.exitCode, 0) << created.errors.toStdString();
+
+    const QJsonArray records =
+        jsonOf(run({QStringLiteral("--sandbox"), root, QStringLiteral("match"),
+                    QStringLiteral("--catalogue"), sharedCatalogue(), QStringLiteral("--json")}));
+
+    const QJsonObject amethyst = record(records, QStringLiteral("Amethyst"));
+    EXPECT_EQ(amethyst[QStringLiteral("bundlePath")].toString(),
+              QFileInfo(root).canonicalFilePath() + QStringLiteral("/Applications/Amethyst.app"));
+    EXPECT_EQ(optionNames(amethyst), QStringList{QStringLiteral("amethyst")});
 }
 
 TEST_F(MatchCommand, RejectsAnUnknownOption) {
@@ -226,13 +238,12 @@ TEST_F(MatchCommand, RejectsAnUnknownOption) {
 TEST_F(MatchCommand, RejectsAnArgumentThatIsNoOption) {
     expectFailure(
         match({QStringLiteral("--applications"), applications(), QStringLiteral("extra")}), 2,
-        "Unexpected argument: extra");
+        "Unexpected argument 'extra'.");
 }
 
-TEST(TarnelCli, NamesTheMatchCommandInItsUsage) {
-    QTemporaryDir home;
-    const CliResult result = runCli(toolPath(QStringLiteral("tarnel-cli")), {}, home.path());
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_TRUE(result.errors.contains(
-        "match --applications DIR [--catalogue FILE] [--installed TOKEN,...] [--json]"));
+TEST_F(MatchCommand, NamesItsOptionsInItsUsage) {
+    const CliResult result = match({QStringLiteral("--help")});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_TRUE(result.output.contains(
+        "match [--applications DIR] [--catalogue FILE] [--installed TOKEN,...] [--json]"));
 }

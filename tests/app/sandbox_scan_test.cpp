@@ -1,7 +1,9 @@
+#include "served_sandbox.h"
 #include "support/test_paths.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -38,26 +40,6 @@ QString createSandbox(const QTemporaryDir& folder) {
     EXPECT_EQ(created.exitCode, 0) << created.errors.toStdString();
     return root;
 }
-
-// Serves a sandbox for as long as it lives.
-class ServedSandbox {
-public:
-    explicit ServedSandbox(const QString& root) {
-        server.start(toolPath(QStringLiteral("tarnel-sandbox")), {QStringLiteral("serve"), root});
-        while (!announcement.contains('\n') && server.waitForReadyRead(30000)) {
-            announcement += server.readAllStandardOutput();
-        }
-    }
-    ~ServedSandbox() {
-        server.terminate();
-        server.waitForFinished(30000);
-    }
-    bool isServing() const { return announcement.startsWith("Serving "); }
-
-private:
-    QProcess server;
-    QByteArray announcement;
-};
 
 Finished scan(const QString& root, const QStringList& options = {}) {
     return run(QStringLiteral("tarnel-cli"),
@@ -180,9 +162,14 @@ TEST_F(SandboxScan, TheTableShowsEachStatusAndASummary) {
     EXPECT_TRUE(finished.errors.isEmpty()) << finished.errors.toStdString();
 }
 
-TEST(SandboxScanFailure, AnUnservedCatalogueFailsTheScanWithAMessage) {
+TEST(SandboxScanFailure, AnUnreachableCatalogueFailsTheScanWithAMessage) {
     QTemporaryDir folder;
     const QString root = createSandbox(folder);
+    {
+        // Served once, so that the layout holds an address nobody answers at any more.
+        const ServedSandbox served(root);
+        ASSERT_TRUE(served.isServing());
+    }
     const Finished finished = scan(root);
     EXPECT_NE(finished.exitCode, 0);
     EXPECT_TRUE(finished.errors.contains("discovery failed")) << finished.errors.toStdString();
@@ -192,6 +179,8 @@ TEST(SandboxScanFailure, AnUnservedCatalogueFailsTheScanWithAMessage) {
 TEST(SandboxScanFailure, MissingHomebrewFailsTheScanWithAMessage) {
     QTemporaryDir folder;
     const QString root = createSandbox(folder);
+    const ServedSandbox served(root);
+    ASSERT_TRUE(served.isServing());
     ASSERT_TRUE(QFile::remove(root + QStringLiteral("/opt/homebrew/bin/brew")));
     const Finished finished = scan(root);
     EXPECT_EQ(finished.exitCode, 1);
@@ -226,4 +215,72 @@ TEST(SandboxCreate, RefusesAFolderThatHoldsFiles) {
         run(QStringLiteral("tarnel-sandbox"), {QStringLiteral("create"), folder.path()});
     EXPECT_EQ(created.exitCode, 1);
     EXPECT_TRUE(created.errors.contains("already holds files"));
+}
+
+TEST(SandboxCreate, SaysTheSharedFolderIsMissingAndWritesNothing) {
+    QTemporaryDir folder;
+    const QString root = folder.filePath(QStringLiteral("new/mac"));
+    const QString missing = folder.filePath(QStringLiteral("missing"));
+
+    const Finished created =
+        run(QStringLiteral("tarnel-sandbox"),
+            {QStringLiteral("create"), root, QStringLiteral("--shared"), missing});
+
+    EXPECT_EQ(created.exitCode, 1);
+    EXPECT_TRUE(created.errors.contains(
+        QStringLiteral("The shared folder %1 does not exist").arg(missing).toUtf8()))
+        << created.errors.toStdString();
+    EXPECT_FALSE(QFileInfo::exists(folder.filePath(QStringLiteral("new"))));
+}
+
+namespace {
+
+// A copy of the shared folder whose fixture bundle cannot be turned into a
+// binary property list makes the build fail halfway.
+QString spoiledSharedFolder(const QTemporaryDir& folder) {
+    const QString shared = folder.filePath(QStringLiteral("shared"));
+    EXPECT_TRUE(QDir().mkpath(shared + QStringLiteral("/fixtures")));
+    EXPECT_TRUE(QDir().mkpath(shared + QStringLiteral("/data")));
+    QProcess copy;
+    copy.start(QStringLiteral("cp"),
+               {QStringLiteral("-R"), fixturesDir() + QStringLiteral("/bundles"),
+                shared + QStringLiteral("/fixtures/bundles")});
+    EXPECT_TRUE(copy.waitForFinished(60000) && copy.exitCode() == 0);
+    EXPECT_TRUE(QFile::copy(sharedDir() + QStringLiteral("/data/catalogue.json"),
+                            shared + QStringLiteral("/data/catalogue.json")));
+    QFile infoPlist(shared + QStringLiteral("/fixtures/bundles/CodeEdit.app/Contents/Info.plist"));
+    EXPECT_TRUE(infoPlist.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    infoPlist.write("not a property list");
+    return shared;
+}
+
+}  // namespace
+
+TEST(SandboxCreate, AFailedBuildLeavesNoHalfBuiltFolder) {
+    QTemporaryDir folder;
+    const QString shared = spoiledSharedFolder(folder);
+    const QString root = folder.filePath(QStringLiteral("new/mac"));
+
+    const Finished created =
+        run(QStringLiteral("tarnel-sandbox"),
+            {QStringLiteral("create"), root, QStringLiteral("--shared"), shared});
+
+    EXPECT_EQ(created.exitCode, 1);
+    EXPECT_TRUE(created.errors.contains("CodeEdit.app")) << created.errors.toStdString();
+    EXPECT_FALSE(QFileInfo::exists(folder.filePath(QStringLiteral("new"))));
+}
+
+TEST(SandboxCreate, AFailedBuildLeavesAGivenEmptyFolderEmpty) {
+    QTemporaryDir folder;
+    const QString shared = spoiledSharedFolder(folder);
+    const QString root = folder.filePath(QStringLiteral("mac"));
+    ASSERT_TRUE(QDir().mkpath(root));
+
+    const Finished created =
+        run(QStringLiteral("tarnel-sandbox"),
+            {QStringLiteral("create"), root, QStringLiteral("--shared"), shared});
+
+    EXPECT_EQ(created.exitCode, 1);
+    EXPECT_TRUE(QDir(root).exists());
+    EXPECT_TRUE(QDir(root).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden));
 }

@@ -1,9 +1,11 @@
 #include "cli_fixture.h"
 
+#include "core/file_name_encoding.h"
 #include "support/test_paths.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -32,6 +34,30 @@ protected:
                            options));
     }
 };
+
+// Lays out a bundle at the native path `bundle` with the given Info.plist.
+void placeBundle(const QByteArray& bundle, const QByteArray& infoPlist) {
+    ASSERT_EQ(mkdir(bundle.constData(), 0755), 0);
+    ASSERT_EQ(mkdir((bundle + "/Contents").constData(), 0755), 0);
+    std::FILE* file = std::fopen((bundle + "/Contents/Info.plist").constData(), "wb");
+    ASSERT_TRUE(file);
+    std::fwrite(infoPlist.constData(), 1, infoPlist.size(), file);
+    std::fclose(file);
+}
+
+// The temporary folder cannot remove what Qt cannot name, so a bundle whose
+// name is not UTF-8 is taken away here.
+void removeBundle(const QByteArray& bundle) {
+    unlink((bundle + "/Contents/Info.plist").constData());
+    rmdir((bundle + "/Contents").constData());
+    rmdir(bundle.constData());
+}
+
+QByteArray infoPlistOf(const QString& fixture) {
+    QFile file(fixturesDir() + QStringLiteral("/bundles/%1.app/Contents/Info.plist").arg(fixture));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    return file.readAll();
+}
 
 QStringList fixtureNames() {
     QStringList names;
@@ -149,25 +175,122 @@ TEST_F(ScanBundlesCommand, WritesLogLinesToStandardErrorWhenVerbose) {
     EXPECT_EQ(QJsonDocument::fromJson(result.output).array().size(), fixtureNames().size());
 }
 
-TEST_F(ScanBundlesCommand, SkipsABundleWhoseNameIsNotUtf8AndReadsTheRest) {
-    const QByteArray bundle = QFile::encodeName(applications()) + "/Caf\xe9.app";
-    ASSERT_EQ(mkdir(bundle.constData(), 0755), 0);
-    ASSERT_EQ(mkdir((bundle + "/Contents").constData(), 0755), 0);
-    QFile fixture(fixturesDir() + QStringLiteral("/bundles/Ice.app/Contents/Info.plist"));
-    ASSERT_TRUE(fixture.open(QIODevice::ReadOnly));
-    const QByteArray infoPlist = fixture.readAll();
-    std::FILE* file = std::fopen((bundle + "/Contents/Info.plist").constData(), "wb");
-    ASSERT_TRUE(file);
-    std::fwrite(infoPlist.constData(), 1, infoPlist.size(), file);
-    std::fclose(file);
+TEST_F(ScanBundlesCommand, ReadsABundleWhoseNameIsNotUtf8) {
+    const QByteArray bundle = QFile::encodeName(applications()) + "/Caf\xff.app";
+    placeBundle(bundle, infoPlistOf(QStringLiteral("Ice")));
 
     const QJsonArray records = scanJson();
 
-    EXPECT_EQ(records.size(), fixtureNames().size());
-    // The temporary folder cannot remove what a QString cannot name.
-    unlink((bundle + "/Contents/Info.plist").constData());
-    rmdir((bundle + "/Contents").constData());
-    rmdir(bundle.constData());
+    // The byte stands in the name as the lone surrogate U+DCFF, which a
+    // script of the JSON can turn back into the byte.
+    const QString name = QStringLiteral("Caf") + QChar(0xDCFF);
+    const QJsonObject record = this->record(records, name);
+    EXPECT_EQ(record[QStringLiteral("bundleIdentifier")], QStringLiteral("com.jordanbaird.Ice"));
+    const QString bundlePath = record[QStringLiteral("bundlePath")].toString();
+    EXPECT_EQ(bundlePath, applications() + u'/' + name + QStringLiteral(".app"));
+    EXPECT_EQ(tarnel::encodeFileName(bundlePath), bundle);
+    EXPECT_EQ(records.size(), fixtureNames().size() + 1);
+    removeBundle(bundle);
+}
+
+TEST_F(ScanBundlesCommand, ShowsTheByteOfANameThatIsNotUtf8EscapedInTheTable) {
+    const QByteArray bundle = QFile::encodeName(applications()) + "/Caf\xff.app";
+    placeBundle(bundle, infoPlistOf(QStringLiteral("Ice")));
+
+    const auto result = scan({QStringLiteral("--applications"), applications()});
+
+    EXPECT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    EXPECT_TRUE(result.output.contains(R"(Caf\xFF )")) << result.output.toStdString();
+    EXPECT_TRUE(result.output.isValidUtf8());
+    removeBundle(bundle);
+}
+
+TEST_F(ScanBundlesCommand, GivesAbsoluteBundlePathsForARelativeFolder) {
+    const QString relative = QDir::current().relativeFilePath(applications());
+    ASSERT_TRUE(QDir::isRelativePath(relative));
+
+    const QJsonArray records =
+        jsonOf(scan({QStringLiteral("--applications"), relative, QStringLiteral("--json")}));
+
+    ASSERT_EQ(records.size(), fixtureNames().size());
+    for (const QJsonValue& value : records) {
+        EXPECT_EQ(value[QStringLiteral("bundlePath")].toString(),
+                  applications() + u'/' + value[QStringLiteral("name")].toString() +
+                      QStringLiteral(".app"));
+    }
+}
+
+// A hostile bundle names itself with controls that would clear the screen,
+// retitle the terminal or forge a row, and declares such a version.
+TEST_F(ScanBundlesCommand, ShowsControlCharactersEscapedInTheTableAndExactInJson) {
+    const QString name = QStringLiteral("Evil\x1b]0;owned\x07\r\nForged\t\x7f");
+    const QString version = QStringLiteral("1\u0085\u009b2J\u202e3\u2028");
+    placeBundle(QFile::encodeName(applications() + u'/' + name + QStringLiteral(".app")),
+                QStringLiteral(R"(<?xml version="1.0" encoding="UTF-8"?>
+<plist version="1.0">
+<dict>
+	<key>CFBundleIdentifier</key>
+	<string>org.example.evil</string>
+	<key>CFBundleShortVersionString</key>
+	<string>%1</string>
+</dict>
+</plist>
+)")
+                    .arg(version)
+                    .toUtf8());
+
+    const auto table = scan({QStringLiteral("--applications"), applications()});
+
+    EXPECT_EQ(table.exitCode, 0) << table.errors.toStdString();
+    const QString shown = QString::fromUtf8(table.output);
+    EXPECT_TRUE(shown.contains(QStringLiteral(R"(Evil\x1B]0;owned\x07\r\nForged\t\x7F )")))
+        << table.output.toStdString();
+    EXPECT_TRUE(shown.contains(QStringLiteral(R"(1\u{0085}\u{009B}2J\u{202E}3\u{2028})")))
+        << table.output.toStdString();
+    EXPECT_EQ(shown.count(u'\n'), fixtureNames().size() + 2);
+    for (const QChar character : shown) {
+        EXPECT_TRUE(character == u'\n' || character.isPrint()) << int{character.unicode()};
+    }
+
+    const QJsonObject record = this->record(scanJson(), name);
+    EXPECT_EQ(record[QStringLiteral("shortVersion")], version);
+}
+
+TEST_F(ScanBundlesCommand, ShowsControlCharactersEscapedInLogLines) {
+    QDir().mkpath(applications() + QStringLiteral("/Evil\x1b[2J\n[ERROR] forged.app/Contents"));
+
+    const auto result = scan({QStringLiteral("--applications"), applications(),
+                              QStringLiteral("--json"), QStringLiteral("--verbose")});
+
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(
+        QString::fromUtf8(result.errors),
+        QStringLiteral(
+            R"([WARNING] No Info.plist found at %1/Evil\x1B[2J\n[ERROR] forged.app/Contents/Info.plist)"
+            "\n")
+            .arg(applications()));
+}
+
+// An Info.plist of 200,000 nested arrays once overflowed the stack of the
+// thread that read it.
+TEST_F(ScanBundlesCommand, SkipsADeeplyNestedInfoPlistWithAWarningAndListsTheRest) {
+    const int depth = 200000;
+    QFile infoPlist(applications() + QStringLiteral("/Deep.app/Contents/Info.plist"));
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(infoPlist).path()));
+    ASSERT_TRUE(infoPlist.open(QIODevice::WriteOnly));
+    infoPlist.write("<plist version=\"1.0\">" + QByteArray("<array>").repeated(depth) +
+                    QByteArray("</array>").repeated(depth) + "</plist>");
+    infoPlist.close();
+
+    const auto result = scan({QStringLiteral("--applications"), applications(),
+                              QStringLiteral("--json"), QStringLiteral("--verbose")});
+
+    EXPECT_EQ(result.errors, "[WARNING] Failed to read Info.plist for Deep.app\n");
+    QStringList names;
+    for (const QJsonValue& record : jsonOf(result)) {
+        names.append(record[QStringLiteral("name")].toString());
+    }
+    EXPECT_EQ(names, fixtureNames());
 }
 
 TEST_F(ScanBundlesCommand, FailsWithAMessageWhenTheFolderIsMissing) {
@@ -217,5 +340,6 @@ TEST(TarnelCli, PrintsUsageAndFailsWithoutACommand) {
     const CliResult result = runCli(toolPath(QStringLiteral("tarnel-cli")), {}, home.path());
 
     EXPECT_EQ(result.exitCode, 2);
-    EXPECT_TRUE(result.errors.startsWith("Usage: tarnel-cli"));
+    EXPECT_TRUE(result.output.isEmpty());
+    EXPECT_TRUE(result.errors.contains("\nUsage: tarnel-cli")) << result.errors.toStdString();
 }

@@ -52,6 +52,22 @@ TEST_F(LoggerTest, SendsEachLevelToTheSinkWithItsFormat) {
               (QStringList{u"[INFO] one"_qs, u"[WARNING] two"_qs, u"[ERROR] three"_qs}));
 }
 
+TEST_F(LoggerTest, WarnsOnceOfAnUnparsableSettingsFileWithItsPath) {
+    const QString path = folder.filePath(QStringLiteral("broken.json"));
+    QFile broken(path);
+    ASSERT_TRUE(broken.open(QIODevice::WriteOnly));
+    broken.write("{ not json");
+    broken.close();
+    SettingsStore store(path);
+    LogCapture brokenCapture;
+    const Logger brokenLogger(brokenCapture.sink(), store, desktop);
+    EXPECT_EQ(brokenCapture.lines(),
+              QStringList{QStringLiteral("[WARNING] The settings file %1 cannot be parsed; it is "
+                                         "treated as empty and left as it is unless a setting "
+                                         "changes")
+                              .arg(path)});
+}
+
 TEST_F(LoggerTest, WithTheSettingOffNothingIsCreatedOnTheDesktop) {
     logger.info(QStringLiteral("hello"));
     EXPECT_TRUE(desktopFiles().isEmpty());
@@ -131,6 +147,26 @@ TEST_F(LoggerTest, AMessageWithANewlineTakesMoreThanOneLine) {
     ASSERT_EQ(lines.size(), 3);
     EXPECT_TRUE(lines[1].endsWith(QStringLiteral("[INFO] first half")));
     EXPECT_EQ(lines[2], QStringLiteral("second half"));
+}
+
+// A bundle's name or a tool's output may hold anything; a line that reaches
+// a terminal or a support log must not move the cursor or recolour the screen.
+TEST_F(LoggerTest, AMessageWithControlCharactersIsEscapedInTheFileAndTheSink) {
+    settings.setBool(QStringLiteral("enableFileLogging"), true);
+    const QString message = QStringLiteral(
+        "No Info.plist found at /A/\x1b[2JCaf\u00e9\r"
+        "[ERROR] forged\t\u0085\u202e\x7f\\x.app");
+    // Ordinary text, the backslash included, stays as it is.
+    const QString shown = QStringLiteral(
+        "No Info.plist found at /A/\\x1B[2JCaf\u00e9\\r[ERROR] forged\\t\\u{0085}"
+        "\\u{202E}\\x7F\\x.app");
+
+    logger.warning(message);
+
+    const QStringList lines = fileLines(*logger.currentLogFile());
+    ASSERT_EQ(lines.size(), 2);
+    EXPECT_TRUE(lines[1].endsWith(QStringLiteral("[WARNING] ") + shown)) << lines[1].toStdString();
+    EXPECT_EQ(capture.lines(), QStringList{QStringLiteral("[WARNING] ") + shown});
 }
 
 TEST_F(LoggerTest, AMissingDesktopLosesTheLineFromTheFileOnly) {

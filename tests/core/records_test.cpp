@@ -9,6 +9,12 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
 using namespace tarnel;
 
 namespace {
@@ -102,19 +108,36 @@ TEST(Application, TwoRecordsOfOneBundleWithDifferentIdsAreUnequal) {
     EXPECT_NE(first, second);
 }
 
-TEST(Application, EqualityCoversEveryField) {
+TEST(Application, EqualityAndHashCoverEveryField) {
     const Application base = plainApplication();
-    Application changed = base;
     SparkleInfo feed;
     feed.feedURL = QStringLiteral("https://example.com/feed.xml");
-    changed.sparkleInfo = feed;
-    EXPECT_NE(base, changed);
-    changed = base;
-    changed.excluded = true;
-    EXPECT_NE(base, changed);
-    changed = base;
-    changed.masApp = MASApp{};
-    EXPECT_NE(base, changed);
+    const Cask cask = caskNamed(QStringLiteral("foo"));
+    const MASApp store{QStringLiteral("1"), QStringLiteral("Foo"), QStringLiteral("1.0")};
+    // One change per field, in the order of declaration.
+    const std::vector<std::pair<std::string, std::function<void(Application&)>>> changes{
+        {"id", [](Application& a) { a.id = QStringLiteral("B"); }},
+        {"name", [](Application& a) { a.name = QStringLiteral("Bar"); }},
+        {"displayName", [](Application& a) { a.displayName = QStringLiteral("Bar"); }},
+        {"bundlePath",
+         [](Application& a) { a.bundlePath = QStringLiteral("/Applications/B.app"); }},
+        {"bundleIdentifier", [](Application& a) { a.bundleIdentifier = QStringLiteral("com.b"); }},
+        {"bundleVersion", [](Application& a) { a.bundleVersion = QStringLiteral("2"); }},
+        {"shortVersion", [](Application& a) { a.shortVersion = QStringLiteral("2.0"); }},
+        {"sparkleInfo", [&](Application& a) { a.sparkleInfo = feed; }},
+        {"excluded", [](Application& a) { a.excluded = true; }},
+        {"adoptedCask", [&](Application& a) { a.adoptedCask = cask; }},
+        {"alreadyAdopted", [](Application& a) { a.alreadyAdopted = true; }},
+        {"caskOptions", [&](Application& a) { a.caskOptions = {cask}; }},
+        {"masApp", [&](Application& a) { a.masApp = store; }},
+    };
+    ASSERT_EQ(changes.size(), 13U);
+    for (const auto& [field, change] : changes) {
+        Application changed = base;
+        change(changed);
+        EXPECT_NE(base, changed) << field;
+        EXPECT_NE(qHash(base), qHash(changed)) << field;
+    }
 }
 
 TEST(Cask, TwoValuesOfOneTokenFromTwoFetchesAreUnequal) {
@@ -180,7 +203,45 @@ TEST(BadgeDisplayMode, AnyTextButUpdatesReadsAsTheDefault) {
 }
 
 TEST(BrewUpdateType, ComparesByRawText) {
-    EXPECT_EQ(rawValue(BrewUpdate::UpdateType::bothUpdate), QStringLiteral("Both Update"));
+    const std::array types{BrewUpdate::UpdateType::caskUpdate, BrewUpdate::UpdateType::appUpdate,
+                           BrewUpdate::UpdateType::bothUpdate};
+    for (const auto first : types) {
+        for (const auto second : types) {
+            EXPECT_EQ(first == second, rawValue(first) == rawValue(second));
+        }
+    }
     EXPECT_EQ(updateTypeFromRawValue(QStringLiteral("App Update")),
               BrewUpdate::UpdateType::appUpdate);
+    EXPECT_NE(updateTypeFromRawValue(QStringLiteral("Both Update")),
+              BrewUpdate::UpdateType::caskUpdate);
+}
+
+TEST(BrewUpdate, RecordsThatDifferOnlyInTheirTypeAreUnequal) {
+    BrewUpdate cask;
+    cask.caskName = QStringLiteral("foo");
+    BrewUpdate both = cask;
+    EXPECT_EQ(cask, both);
+    both.updateType = BrewUpdate::UpdateType::bothUpdate;
+    EXPECT_NE(cask, both);
+    EXPECT_NE(qHash(cask), qHash(both));
+}
+
+TEST(ApplicationRowStatus, EveryStatusHasItsHelpText) {
+    const std::vector<std::pair<ApplicationRowStatus, QString>> texts{
+        {ApplicationRowStatus::managedByHomebrew, QStringLiteral("Managed by Homebrew")},
+        {ApplicationRowStatus::availableForAdoption, QStringLiteral("Available for adoption")},
+        {ApplicationRowStatus::homebrewCask, QStringLiteral("Homebrew Cask")},
+        {ApplicationRowStatus::customCask, QStringLiteral("Custom Cask")},
+        {ApplicationRowStatus::excluded, QStringLiteral("Excluded from discovery")},
+        {ApplicationRowStatus::updateRequiresAdmin,
+         QStringLiteral("Update requires administrator privileges")},
+        {ApplicationRowStatus::updateAvailable, QStringLiteral("Update available")},
+        {ApplicationRowStatus::managedByMacAppStore, QStringLiteral("Managed by Mac App Store")},
+        {ApplicationRowStatus::none, QString()},
+    };
+    ASSERT_EQ(texts.size(), allApplicationRowStatuses.size());
+    for (std::size_t index = 0; index < texts.size(); ++index) {
+        EXPECT_EQ(allApplicationRowStatuses[index], texts[index].first) << index;
+        EXPECT_EQ(helpText(texts[index].first), texts[index].second) << index;
+    }
 }

@@ -92,6 +92,24 @@ TEST_F(SettingsStoreTest, ABrokenFileReadsAsEmptyAndIsReplacedOnTheNextWrite) {
     EXPECT_TRUE(SettingsStore(path).boolValue(QStringLiteral("enableFileLogging")));
 }
 
+TEST_F(SettingsStoreTest, AnUnparsableFileIsNamedReadsAsEmptyAndIsLeftAsItIs) {
+    const QByteArray broken = R"({"enableFileLogging": true, "hideMASApps": tru)";
+    writeFile(broken);
+    {
+        SettingsStore store(path);
+        EXPECT_EQ(store.unparsableFile(), path);
+        EXPECT_FALSE(store.boolValue(QStringLiteral("enableFileLogging")));
+    }
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), broken);
+}
+
+TEST_F(SettingsStoreTest, AReadableFileIsNotNamedUnparsable) {
+    writeFile(R"({"hideMASApps": true})");
+    EXPECT_FALSE(SettingsStore(path).unparsableFile().has_value());
+}
+
 TEST_F(SettingsStoreTest, RemovedKeysReadAsAbsent) {
     SettingsStore store(path);
     store.setBool(QStringLiteral("hideExcludedApps"), true);

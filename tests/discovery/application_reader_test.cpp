@@ -1,4 +1,5 @@
 #include "bundle_workshop.h"
+#include "hostile_property_lists.h"
 #include "test_property_list.h"
 
 #include "core/logger.h"
@@ -201,6 +202,16 @@ TEST_F(ApplicationReader, WarnsWhenInfoPlistIsNoPropertyList) {
                                  QStringLiteral("Failed to read Info.plist for Noise.app")));
 }
 
+// Valid as a binary property list, but larger than any real one.
+TEST_F(ApplicationReader, WarnsWhenInfoPlistIsLargerThanAnyRealOne) {
+    const QString contents = workshop.addFolder(QStringLiteral("Huge.app/Contents"));
+    writeSparseBinary(contents + QStringLiteral("/Info.plist"), qint64(2) << 30);
+
+    EXPECT_FALSE(read(workshop.pathOf(QStringLiteral("Huge.app"))));
+    EXPECT_TRUE(capture.contains(LogLevel::warning,
+                                 QStringLiteral("Failed to read Info.plist for Huge.app")));
+}
+
 TEST_F(ApplicationReader, WarnsWhenInfoPlistIsAFolder) {
     workshop.addFolder(QStringLiteral("Odd.app/Contents/Info.plist"));
 
@@ -235,6 +246,16 @@ TEST_F(ApplicationReader, ReadsABundleWithTheLongestName) {
 
     ASSERT_TRUE(application);
     EXPECT_EQ(application->name, QString(251, u'x'));
+}
+
+TEST_F(ApplicationReader, ReadsABundleWhoseStringsTableHasAKeyHoldingU0000) {
+    const QString bundle = workshop.addFixture(QStringLiteral("Ice.app"));
+    workshop.addStrings(bundle, QStringLiteral("en"), nulKeyBinary());
+
+    const auto application = read(bundle, english);
+
+    ASSERT_TRUE(application);
+    EXPECT_EQ(application->displayName, QStringLiteral("Ice"));
 }
 
 TEST_F(ApplicationReader, ShowsTheFileNameWithoutExtensionWhenNotLocalized) {

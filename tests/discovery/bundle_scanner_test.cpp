@@ -1,5 +1,6 @@
 #include "bundle_workshop.h"
 
+#include "core/file_name_encoding.h"
 #include "discovery/bundle_scanner.h"
 #include "discovery/directory_listing_error.h"
 
@@ -199,9 +200,14 @@ TEST(BundleScanner, WalksFoldersAndFindsBundlesWhoseNamesAreNotUtf8) {
 
     const QStringList found = scanApplicationBundles(workshop.root());
 
-    // Such names reach a QString only with replacement characters.
-    EXPECT_EQ(found, (QStringList{workshop.pathOf(QStringLiteral("Caf\uFFFD/Tool.app")),
-                                  workshop.pathOf(QStringLiteral("Men\uFFFD.app"))}));
+    // Each byte that is not UTF-8 stands in the path as its lone surrogate,
+    // so that the path opens the very folder again.
+    const QStringList expected{
+        workshop.pathOf(QStringLiteral("Caf") + QChar(0xDCE9) + QStringLiteral("/Tool.app")),
+        workshop.pathOf(QStringLiteral("Men") + QChar(0xDCFC) + QStringLiteral(".app"))};
+    EXPECT_EQ(found, expected);
+    EXPECT_EQ(encodeFileName(found.at(0)), inside.path);
+    EXPECT_EQ(encodeFileName(found.at(1)), bundle.path);
 }
 
 TEST(BundleScanner, FindsBundlesWithTheLongestNamesAtEveryLevel) {
@@ -219,4 +225,13 @@ TEST(BundleScanner, AcceptsARootWithATrailingSlash) {
     const QString bundle = workshop.addFixture(QStringLiteral("Top.app"));
 
     EXPECT_EQ(scanApplicationBundles(workshop.root() + u'/'), QStringList{bundle});
+}
+
+TEST(BundleScanner, GivesAbsolutePathsForARelativeRoot) {
+    BundleWorkshop workshop;
+    const QString bundle = workshop.addFixture(QStringLiteral("Folder/Top.app"));
+    const QString relative = QDir::current().relativeFilePath(workshop.root());
+    ASSERT_TRUE(QDir::isRelativePath(relative));
+
+    EXPECT_EQ(scanApplicationBundles(relative), QStringList{bundle});
 }

@@ -2,6 +2,7 @@
 #include "test_catalogue.h"
 #include "test_property_list.h"
 
+#include "core/async/sleep_for.h"
 #include "discovery/directory_listing_error.h"
 #include "discovery/discovery_error.h"
 #include "homebrew/brew_error.h"
@@ -19,6 +20,7 @@
 #include <algorithm>
 
 using namespace tarnel;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -288,6 +290,50 @@ TEST(DiscoveryService, ProgressNeverGoesDownAndReachesOneWithTheLastApplication)
     EXPECT_TRUE(std::is_sorted(sandbox.reports.begin(), sandbox.reports.end()));
     EXPECT_EQ(sandbox.reports.last(), 1.0);
     EXPECT_EQ(sandbox.reports.count(1.0), 1);
+}
+
+TEST(DiscoveryService, ReportsAnApplicationOnlyOnceItIsFinishedAndTheLastReportIsAwaited) {
+    DiscoverySandbox sandbox;
+    // Nothing in the catalogue matches these names, so each application logs
+    // when its matching is done; matching each against the whole catalogue
+    // takes long enough for the reports to meet applications still at work.
+    constexpr qsizetype count = 16;
+    for (qsizetype number = 1; number <= count; ++number) {
+        const QString name = QStringLiteral("Xqzj Vbnk %1").arg(number);
+        sandbox.bundles.addBundle(
+            name + QStringLiteral(".app"),
+            TestPropertyList::fromData(fixtureInfoPlist(QStringLiteral("Ice")))
+                .text("CFBundleName", name)
+                .text("CFBundleIdentifier", QStringLiteral("org.example.unmatched%1").arg(number))
+                .xml());
+    }
+    const auto finishedCount = [&sandbox] {
+        return sandbox.brew.capture.lines().filter(QStringLiteral("no cask options found")).size();
+    };
+    QList<qsizetype> finishedAtReport;
+    int reportsUnderWay = 0;
+    int mostReportsUnderWay = 0;
+    const DiscoveryService::ProgressCallback progress = [&](double fraction) -> QCoro::Task<> {
+        ++reportsUnderWay;
+        mostReportsUnderWay = std::max(mostReportsUnderWay, reportsUnderWay);
+        if (fraction > 0.6) {
+            finishedAtReport.append(finishedCount());
+        }
+        // Each report waits for a turn of the event loop, as a screen's would,
+        // so one left unawaited would still be under way when the next came.
+        co_await sleepFor(0ms);
+        --reportsUnderWay;
+    };
+
+    EXPECT_EQ(await(sandbox.discoveryService().discoverApplications(progress)).size(), count);
+
+    ASSERT_EQ(finishedAtReport.size(), count);
+    for (qsizetype report = 0; report < count; ++report) {
+        EXPECT_GE(finishedAtReport[report], report + 1) << "report " << report + 1;
+    }
+    EXPECT_EQ(finishedCount(), count);
+    EXPECT_EQ(mostReportsUnderWay, 1);
+    EXPECT_EQ(reportsUnderWay, 0);
 }
 
 TEST(DiscoveryService, EmptyApplicationsFolderGivesNothingAndEndsAtSixTenths) {

@@ -1,10 +1,15 @@
 #include "brew_sandbox.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 
 #include <gtest/gtest.h>
+
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace tarnel;
 
@@ -65,6 +70,19 @@ HelperRun runHelper(const QString& path) {
     process.start(path, {});
     process.waitForFinished(-1);
     return {process.exitCode(), process.readAllStandardOutput()};
+}
+
+// Gives the file or folder to the unprivileged user, as another user's would be.
+bool giveToNobody(const QString& path) {
+    const passwd* nobody = getpwnam("nobody");
+    return nobody != nullptr &&
+           lchown(QFile::encodeName(path).constData(), nobody->pw_uid, nobody->pw_gid) == 0;
+}
+
+bool isOwnRegularFile(const QString& path) {
+    struct stat status {};
+    return lstat(QFile::encodeName(path).constData(), &status) == 0 && S_ISREG(status.st_mode) &&
+           status.st_uid == geteuid();
 }
 
 int countOf(const LogCapture& capture, const QString& fragment) {
@@ -208,4 +226,123 @@ TEST(AskpassService, SyntaxTestRejectsABrokenScript) {
     EXPECT_TRUE(
         sandbox.capture.containsText(QStringLiteral("[ERROR] Askpass helper syntax error: ")));
     EXPECT_TRUE(sandbox.capture.containsText(QStringLiteral("syntax error")));
+}
+
+TEST(AskpassService, ReplacesALinkPlantedAtTheHelperPathAndLeavesItsTargetAlone) {
+    BrewSandbox sandbox;
+    const QString target = sandbox.path(QStringLiteral("precious.txt"));
+    writeFile(target, "keep me");
+    ASSERT_TRUE(QFile::link(target, helperPath(sandbox)));
+    const std::optional<QString> path = sandbox.askpassService().ensureAskpassHelper();
+    ASSERT_EQ(path, helperPath(sandbox));
+    EXPECT_TRUE(isOwnRegularFile(*path));
+    EXPECT_TRUE(contentsOf(*path).startsWith("#!/bin/bash\n"));
+    EXPECT_EQ(contentsOf(target), QByteArray("keep me"));
+}
+
+TEST(AskpassService, ReplacesAKnownHelperThatBecameALink) {
+    BrewSandbox sandbox;
+    const std::optional<QString> first = sandbox.askpassService().ensureAskpassHelper();
+    ASSERT_TRUE(first);
+    const QString planted = sandbox.path(QStringLiteral("planted.sh"));
+    writeFile(planted, "#!/bin/sh\necho stolen\n");
+    QFile::setPermissions(planted, mode755);
+    ASSERT_TRUE(QFile::remove(*first));
+    ASSERT_TRUE(QFile::link(planted, *first));
+    const std::optional<QString> second = sandbox.askpassService().ensureAskpassHelper();
+    ASSERT_EQ(second, first);
+    EXPECT_TRUE(isOwnRegularFile(*second));
+    EXPECT_EQ(contentsOf(planted), QByteArray("#!/bin/sh\necho stolen\n"));
+    EXPECT_EQ(countOf(sandbox.capture, QStringLiteral("Cached askpass helper no longer exists")),
+              1);
+}
+
+TEST(AskpassService, ReplacesAKnownHelperOwnedByAnotherUser) {
+    BrewSandbox sandbox;
+    const std::optional<QString> first = sandbox.askpassService().ensureAskpassHelper();
+    ASSERT_TRUE(first);
+    writeFile(*first, "#!/bin/bash\necho planted");
+    if (!giveToNobody(*first)) {
+        GTEST_SKIP() << "only the superuser can give a file away";
+    }
+    const std::optional<QString> second = sandbox.askpassService().ensureAskpassHelper();
+    ASSERT_EQ(second, first);
+    EXPECT_TRUE(isOwnRegularFile(*second));
+    EXPECT_FALSE(contentsOf(*second).contains("planted"));
+}
+
+TEST(AskpassService, ReplacesAKnownHelperThatIsReadOnly) {
+    BrewSandbox sandbox;
+    const std::optional<QString> first = sandbox.askpassService().ensureAskpassHelper();
+    ASSERT_TRUE(first);
+    writeFile(*first, "#!/bin/bash\necho stale");
+    const QFileDevice::Permissions readOnly =
+        mode755 & ~(QFileDevice::WriteOwner | QFileDevice::WriteUser);
+    ASSERT_TRUE(QFile::setPermissions(*first, readOnly));
+    const std::optional<QString> second = sandbox.askpassService().ensureAskpassHelper();
+    ASSERT_EQ(second, first);
+    EXPECT_EQ(unixMode(*second), mode755);
+    EXPECT_FALSE(contentsOf(*second).contains("stale"));
+}
+
+TEST(AskpassService, MakesAMissingTemporaryFolderForTheUserAlone) {
+    BrewSandbox sandbox;
+    sandbox.layout.temporaryDirectory = sandbox.path(QStringLiteral("tarnel-private"));
+    const std::optional<QString> path = sandbox.askpassService().ensureAskpassHelper();
+    ASSERT_EQ(path, sandbox.path(QStringLiteral("tarnel-private/tarnel_askpass.sh")));
+    EXPECT_EQ(unixMode(sandbox.layout.temporaryDirectory),
+              QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+}
+
+TEST(AskpassService, RefusesATemporaryFolderThatIsALink) {
+    BrewSandbox sandbox;
+    const QString link = sandbox.path(QStringLiteral("tmp-link"));
+    ASSERT_TRUE(QFile::link(sandbox.path(QStringLiteral("tmp")), link));
+    sandbox.layout.temporaryDirectory = link;
+    EXPECT_FALSE(sandbox.askpassService().ensureAskpassHelper());
+    EXPECT_TRUE(sandbox.capture.contains(
+        LogLevel::error,
+        QStringLiteral("Failed to create askpass helper: %1 is a link, not a folder").arg(link)));
+    EXPECT_FALSE(QFileInfo::exists(sandbox.path(QStringLiteral("tmp/tarnel_askpass.sh"))));
+}
+
+TEST(AskpassService, RefusesATemporaryFolderOthersMayWriteTo) {
+    BrewSandbox sandbox;
+    const QString folder = sandbox.path(QStringLiteral("tmp"));
+    ASSERT_TRUE(
+        QFile::setPermissions(folder, mode755 | QFileDevice::WriteGroup | QFileDevice::WriteOther));
+    EXPECT_FALSE(sandbox.askpassService().ensureAskpassHelper());
+    EXPECT_TRUE(sandbox.capture.contains(
+        LogLevel::error,
+        QStringLiteral("Failed to create askpass helper: the folder %1 may be written by other "
+                       "users")
+            .arg(folder)));
+    EXPECT_FALSE(QFileInfo::exists(helperPath(sandbox)));
+}
+
+TEST(AskpassService, RefusesATemporaryFolderOfAnotherUser) {
+    BrewSandbox sandbox;
+    const QString folder = sandbox.path(QStringLiteral("tmp"));
+    if (!giveToNobody(folder)) {
+        GTEST_SKIP() << "only the superuser can give a folder away";
+    }
+    EXPECT_FALSE(sandbox.askpassService().ensureAskpassHelper());
+    EXPECT_TRUE(sandbox.capture.contains(
+        LogLevel::error,
+        QStringLiteral("Failed to create askpass helper: the folder %1 belongs to another user")
+            .arg(folder)));
+}
+
+TEST(AskpassService, ChecksTheTemporaryFolderOnEveryUse) {
+    BrewSandbox sandbox;
+    ASSERT_TRUE(sandbox.askpassService().ensureAskpassHelper());
+    // The folder is swapped for a link to a copy that still holds a good helper.
+    const QString folder = sandbox.path(QStringLiteral("tmp"));
+    const QString moved = sandbox.path(QStringLiteral("tmp-elsewhere"));
+    ASSERT_TRUE(QDir().rename(folder, moved));
+    ASSERT_TRUE(QFile::link(moved, folder));
+    EXPECT_FALSE(sandbox.askpassService().ensureAskpassHelper());
+    EXPECT_TRUE(sandbox.capture.contains(
+        LogLevel::error,
+        QStringLiteral("Failed to create askpass helper: %1 is a link, not a folder").arg(folder)));
 }

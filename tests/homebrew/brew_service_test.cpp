@@ -4,6 +4,7 @@
 #include "core/process_launch_error.h"
 #include "homebrew/brew_error.h"
 #include "support/await.h"
+#include "support/scoped_variable.h"
 #include "support/test_paths.h"
 
 #include <QDir>
@@ -98,16 +99,6 @@ bool hasAnyAskpassVariable(const FakeBrewInvocation& invocation) {
     }
     return false;
 }
-
-// Sets a variable of this process for the length of one test.
-class ScopedVariable {
-public:
-    ScopedVariable(const char* name, const QByteArray& value) : name(name) { qputenv(name, value); }
-    ~ScopedVariable() { qunsetenv(name); }
-
-private:
-    const char* name;
-};
 
 }  // namespace
 

@@ -67,6 +67,22 @@ void FakeMasState::delayCommand(const QString& command, std::chrono::millisecond
     setBehaviour(command, QStringLiteral("delayMilliseconds"), static_cast<qint64>(delay.count()));
 }
 
+void FakeMasState::readStandardInput(const QString& command) {
+    setBehaviour(command, QStringLiteral("readsStandardInput"), true);
+}
+
+void FakeMasState::holdCommand(const QString& command) {
+    QFile::remove(releaseFile(command));
+    setBehaviour(command, QStringLiteral("heldUntil"), releaseFile(command));
+}
+
+void FakeMasState::releaseCommand(const QString& command) const {
+    QFile release(releaseFile(command));
+    if (!release.open(QIODevice::WriteOnly)) {
+        fail(QStringLiteral("cannot release %1").arg(command));
+    }
+}
+
 void FakeMasState::setRawLines(const QString& command, const QStringList& lines) {
     setBehaviour(command, QStringLiteral("rawLines"), QJsonArray::fromStringList(lines));
 }
@@ -138,4 +154,8 @@ void FakeMasState::setBehaviour(const QString& command, const QString& key,
     commands.insert(command, behaviour);
     state.insert(QStringLiteral("commands"), commands);
     write(state);
+}
+
+QString FakeMasState::releaseFile(const QString& command) const {
+    return stateFolder + QStringLiteral("/release-") + command;
 }

@@ -32,6 +32,11 @@ public:
     void failCommand(const QString& command, int status, const QString& standardOutput,
                      const QString& standardError);
     void delayCommand(const QString& command, std::chrono::milliseconds delay);
+    // The command reads its standard input to the end before it answers.
+    void readStandardInput(const QString& command);
+    // The command runs on without answering until `releaseCommand`.
+    void holdCommand(const QString& command);
+    void releaseCommand(const QString& command) const;
     // The command answers with these lines instead, each with a newline, and changes nothing.
     void setRawLines(const QString& command, const QStringList& lines);
     // The command answers with exactly these bytes instead, and changes nothing.
@@ -47,6 +52,7 @@ private:
     void write(const QJsonObject& state) const;
     void appendTo(const QString& list, const QJsonObject& entry);
     void setBehaviour(const QString& command, const QString& key, const QJsonValue& value);
+    QString releaseFile(const QString& command) const;
 
     QString stateFolder;
 };

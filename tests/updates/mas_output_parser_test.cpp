@@ -107,3 +107,16 @@ TEST(MASOutdatedParser, ReadsTheRecordedOutdatedOutput) {
                    QStringLiteral("Developer"), QStringLiteral("10.6.5"), QStringLiteral("10.6.6")},
               }));
 }
+
+TEST(MASOutdatedParser, DropsAMegabyteLineOfArrowsThatEndsAfterItsParenthesis) {
+    const QString line =
+        QStringLiteral("1 (") + QStringLiteral(" -> ").repeated(1 << 18) + QStringLiteral(")x");
+    EXPECT_TRUE(parseMASOutdated(line).isEmpty());
+}
+
+TEST(MASOutdatedParser, ReadsTheVersionsAfterANameOfAMegabyteOfArrows) {
+    const QString name = u'(' + QStringLiteral(" -> ").repeated(1 << 18) + u')';
+    EXPECT_EQ(parseMASOutdated(QStringLiteral("1 ") + name + QStringLiteral(" (1.0 -> 2.0)")),
+              (QList<MASUpdate>{{QStringLiteral("1"), QStringLiteral("1"), name,
+                                 QStringLiteral("1.0"), QStringLiteral("2.0")}}));
+}

@@ -209,6 +209,14 @@ TEST_F(MASServiceTest, PropagatesALaunchFailureAsItsOwnError) {
     EXPECT_THROW(await(service.runMASCommand({QStringLiteral("list")})), ProcessLaunchError);
 }
 
+TEST_F(MASServiceTest, GivesTheToolAnInputThatIsAlreadyAtItsEnd) {
+    installMasWithOneApp();
+    store.readStandardInput(QStringLiteral("list"));
+    // An input left open would keep the tool reading, and this call waiting, for ever.
+    EXPECT_EQ(await(service.fetchInstalledMASApps()).size(), 1);
+    EXPECT_EQ(runsOf(QStringLiteral("list")), 1);
+}
+
 TEST_F(MASServiceTest, RunsQueuedCommandsOneAtATimeWithoutBlockingTheThread) {
     installMasWithOneUpdate();
     store.delayCommand(QStringLiteral("list"), 300ms);
@@ -411,10 +419,29 @@ TEST_F(MASServiceTest, ReportsAnErrorWhenMasIsMissingDuringAnUpgrade) {
 TEST_F(MASServiceTest, ClearingTheCachesKeepsThePath) {
     installMasWithOneApp();
     await(service.fetchInstalledMASApps());
-    service.clearMASCaches();
+    await(service.clearMASCaches());
     EXPECT_TRUE(capture.contains(LogLevel::info, QStringLiteral("Cleared MAS caches")));
     await(service.fetchInstalledMASApps());
     EXPECT_EQ(runsOf(QStringLiteral("list")), 2);
     const QStringList found = capture.lines().filter(QStringLiteral("Found MAS CLI at:"));
     EXPECT_EQ(found.size(), 1);
+}
+
+TEST_F(MASServiceTest, ClearingDuringACommandWaitsUntilItsResultIsStored) {
+    installMasWithOneApp();
+    store.holdCommand(QStringLiteral("list"));
+    auto listing = service.fetchInstalledMASApps();
+    auto clearing = service.clearMASCaches();
+    EXPECT_FALSE(capture.containsText(QStringLiteral("Cleared MAS caches")));
+    store.releaseCommand(QStringLiteral("list"));
+    await(std::move(listing));
+    await(std::move(clearing));
+
+    const QStringList lines = capture.lines();
+    const qsizetype stored = lines.indexOf(QStringLiteral("[INFO] Found 1 MAS apps"));
+    EXPECT_GE(stored, 0);
+    EXPECT_LT(stored, lines.indexOf(QStringLiteral("[INFO] Cleared MAS caches")));
+    // Had the list been stored after the clearing, this would answer from it.
+    await(service.fetchInstalledMASApps());
+    EXPECT_EQ(runsOf(QStringLiteral("list")), 2);
 }

@@ -385,6 +385,21 @@ TEST(InstalledVersionCalledNewer, OrdersByCodePointBeyondTheBasicPlane) {
                                               QStringLiteral("1.0-\uFF10")));
 }
 
+TEST(InstalledVersionCalledNewer, ComparesToTheEndBeyondALongRunOfCombiningMarks) {
+    const qsizetype marks = 1 << 17;
+    const QString installed =
+        u'a' + QString::fromUtf16(u"\u0301\u0316").repeated(marks) + QStringLiteral("1");
+    const QString cask =
+        u'a' + QString::fromUtf16(u"\u0316\u0301").repeated(marks) + QStringLiteral("0");
+    EXPECT_TRUE(isInstalledVersionCalledNewer(installed, cask));
+}
+
+TEST(InstalledVersionCalledNewer, ComparesToTheEndBeyondALongRunOfDecomposingCharacters) {
+    // Each of these decomposes into two marks that the normaliser has to reorder.
+    const QString run = QString::fromUtf16(u"\u0F73").repeated(1 << 17);
+    EXPECT_TRUE(isInstalledVersionCalledNewer(run + u'1', run + u'0'));
+}
+
 // The installed version on rows.
 
 TEST(InstalledDisplayVersion, RemovesAParenthesisedBuild) {

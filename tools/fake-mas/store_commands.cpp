@@ -2,14 +2,32 @@
 
 #include "bundle_version.h"
 
-#include <stdexcept>
+#include <QFileInfo>
 
+#include <chrono>
+#include <cstdio>
 #include <exception>
+#include <stdexcept>
 #include <thread>
 
 namespace tarnel::fakemas {
 
 namespace {
+
+// Reads and drops standard input up to its end: with an input that stays open
+// and silent, this never returns.
+void drainStandardInput() {
+    char buffer[4096];
+    while (std::fread(buffer, 1, sizeof buffer, stdin) > 0) {
+    }
+}
+
+// A test releases the command by creating the file; until then it runs on.
+void waitForFile(const QString& path) {
+    while (!QFileInfo::exists(path)) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
 
 Answer listInstalled(const StoreState& state) {
     Answer answer;
@@ -80,6 +98,12 @@ Answer upgrade(StoreState& state, const QStringList& ids) {
 Answer answerCommand(StoreState& state, const QStringList& arguments) {
     const QString command = arguments.value(0);
     const StoreState::Behaviour behaviour = state.behaviourOf(command);
+    if (behaviour.readsStandardInput) {
+        drainStandardInput();
+    }
+    if (!behaviour.heldUntil.isEmpty()) {
+        waitForFile(behaviour.heldUntil);
+    }
     std::this_thread::sleep_for(behaviour.delay);
     if (behaviour.failureStatus) {
         return {behaviour.failureStandardOutput, behaviour.failureStandardError,

@@ -17,7 +17,8 @@ struct Answer {
 };
 
 // Answers `list`, `outdated` and `upgrade [ID...]` the way the state says,
-// after the state's delay for the command. An upgrade changes `state` and
+// after reading standard input, waiting for the release and the delay, as the
+// state asks for the command. An upgrade changes `state` and
 // rewrites the versions of the bundles it names.
 Answer answerCommand(StoreState& state, const QStringList& arguments);
 

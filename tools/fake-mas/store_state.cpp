@@ -98,6 +98,8 @@ void StoreState::save(const QString& folder) const {
 StoreState::Behaviour StoreState::behaviourOf(const QString& command) const {
     const QJsonObject object = commands.value(command).toObject();
     Behaviour behaviour;
+    behaviour.readsStandardInput = object.value(QStringLiteral("readsStandardInput")).toBool();
+    behaviour.heldUntil = object.value(QStringLiteral("heldUntil")).toString();
     behaviour.delay =
         std::chrono::milliseconds(object.value(QStringLiteral("delayMilliseconds")).toInteger());
     if (object.contains(QStringLiteral("failure"))) {

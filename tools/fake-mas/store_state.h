@@ -28,6 +28,10 @@ struct StoreState {
 
     // How the state bends one command.
     struct Behaviour {
+        // Standard input is read to its end first, as a tool asking a question would.
+        bool readsStandardInput = false;
+        // The command waits until a file stands at this path, when one is named.
+        QString heldUntil;
         std::chrono::milliseconds delay{0};
         std::optional<int> failureStatus;
         QByteArray failureStandardOutput;

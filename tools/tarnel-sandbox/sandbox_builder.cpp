@@ -15,6 +15,7 @@
 #include <QJsonObject>
 
 #include <array>
+#include <optional>
 
 namespace tarnel {
 
@@ -123,6 +124,29 @@ void link(const QString& target, const QString& linkPath) {
     }
 }
 
+// The highest folder on the way to `folder` that is not there yet, which a
+// build brings into being; nothing when `folder` itself is there.
+std::optional<QString> highestMissingFolder(const QString& folder) {
+    std::optional<QString> missing;
+    for (QString step = folder; !QFileInfo::exists(step); step = QFileInfo(step).path()) {
+        missing = step;
+    }
+    return missing;
+}
+
+void removeEntries(const QString& folder) {
+    QDirIterator entries(folder,
+                         QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
+    while (entries.hasNext()) {
+        const QString entry = entries.next();
+        if (entries.fileInfo().isDir() && !entries.fileInfo().isSymLink()) {
+            QDir(entry).removeRecursively();
+        } else {
+            QFile::remove(entry);
+        }
+    }
+}
+
 }  // namespace
 
 SandboxBuilder::SandboxBuilder(QString root, QString sharedFolder, QString toolsFolder)
@@ -141,6 +165,50 @@ void SandboxBuilder::build() const {
         throw SandboxError(
             QStringLiteral("%1 already holds files; give an empty or new folder").arg(root));
     }
+    if (!QFileInfo(sharedFolder).isDir()) {
+        throw SandboxError(
+            QStringLiteral("The shared folder %1 does not exist; give it with --shared DIR")
+                .arg(sharedFolder));
+    }
+    checkSharedBundles();
+    const QJsonArray catalogue = readSharedCatalogue();
+
+    const std::optional<QString> created = highestMissingFolder(root);
+    try {
+        layOut(catalogue);
+    } catch (...) {
+        if (created) {
+            QDir(*created).removeRecursively();
+        } else {
+            removeEntries(root);
+        }
+        throw;
+    }
+}
+
+QJsonArray SandboxBuilder::readSharedCatalogue() const {
+    const QJsonArray catalogue =
+        QJsonDocument::fromJson(readFile(sharedFolder + QStringLiteral("/data/catalogue.json")))
+            .array();
+    if (catalogue.isEmpty()) {
+        throw SandboxError(QStringLiteral("The shared catalogue in %1/data is missing or empty")
+                               .arg(sharedFolder));
+    }
+    return catalogue;
+}
+
+void SandboxBuilder::checkSharedBundles() const {
+    for (const Placement& placement : placements) {
+        const QString bundle = QStringLiteral("%1/fixtures/bundles/%2")
+                                   .arg(sharedFolder, QString::fromUtf8(placement.fixture));
+        if (!QFileInfo(bundle + QStringLiteral("/Contents/Info.plist")).isFile()) {
+            throw SandboxError(
+                QStringLiteral("The shared folder has no fixture bundle %1").arg(bundle));
+        }
+    }
+}
+
+void SandboxBuilder::layOut(const QJsonArray& catalogue) const {
     for (const char* place : {"home/Desktop", "tmp"}) {
         makeFolder(path(QString::fromLatin1(place)));
     }
@@ -150,10 +218,10 @@ void SandboxBuilder::build() const {
                 QStringLiteral("state/brew"));
     installTool(QStringLiteral("fake-mas"), QStringLiteral("opt/homebrew/bin/mas"),
                 QStringLiteral("state/mas"));
-    writeBrewState();
+    writeBrewState(catalogue);
     writeStoreState();
     writeSettings();
-    writeCatalogue();
+    writeCatalogue(catalogue);
     LoopbackCertificates::create(path(QStringLiteral("ca")));
     writeLayout();
 }
@@ -199,15 +267,12 @@ void SandboxBuilder::installTool(const QString& tool, const QString& where,
     writeFile(toolPath + QStringLiteral(".state"), relativeState.toUtf8());
 }
 
-void SandboxBuilder::writeBrewState() const {
+void SandboxBuilder::writeBrewState(const QJsonArray& catalogue) const {
     writeJson(path(QStringLiteral("state/brew/state.json")),
               QJsonDocument(QJsonObject{
                   {u"versionText"_qs, u"Homebrew 4.5.0"_qs},
                   {u"applicationsDirectory"_qs, path(QStringLiteral("Applications"))},
               }));
-    const QJsonArray catalogue =
-        QJsonDocument::fromJson(readFile(sharedFolder + QStringLiteral("/data/catalogue.json")))
-            .array();
     QJsonArray known;
     for (const QJsonValue& cask : catalogue) {
         if (knownCasks.contains(cask.toObject().value(u"token"_qs).toString())) {
@@ -238,14 +303,7 @@ void SandboxBuilder::writeSettings() const {
                            {QStringLiteral("org.openemu.OpenEmu")});
 }
 
-void SandboxBuilder::writeCatalogue() const {
-    QJsonArray catalogue =
-        QJsonDocument::fromJson(readFile(sharedFolder + QStringLiteral("/data/catalogue.json")))
-            .array();
-    if (catalogue.isEmpty()) {
-        throw SandboxError(QStringLiteral("The shared catalogue in %1/data is missing or empty")
-                               .arg(sharedFolder));
-    }
+void SandboxBuilder::writeCatalogue(QJsonArray catalogue) const {
     for (qsizetype index = 0; index < catalogue.size(); ++index) {
         QJsonObject cask = catalogue[index].toObject();
         if (cask.value(u"token"_qs).toString() == deprecatedCask) {
@@ -264,8 +322,8 @@ void SandboxBuilder::writeLayout() const {
                              path(QStringLiteral("usr/local/bin/brew"))};
     layout.masCandidates = {path(QStringLiteral("opt/homebrew/bin/mas")),
                             path(QStringLiteral("usr/local/bin/mas"))};
-    // The port is known once the sandbox is served.
-    layout.catalogueUrl = QUrl(QStringLiteral("https://127.0.0.1:0/api/cask.json"));
+    // The address is known once the sandbox is served; until then there is none.
+    layout.catalogueUrl = QUrl();
     layout.homeDirectory = path(QStringLiteral("home"));
     layout.temporaryDirectory = path(QStringLiteral("tmp"));
     layout.desktopDirectory = path(QStringLiteral("home/Desktop"));

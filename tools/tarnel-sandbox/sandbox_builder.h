@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QJsonArray>
 #include <QString>
 
 #include <stdexcept>
@@ -22,16 +23,22 @@ public:
     // `toolsFolder` holds fake-brew, fake-mas and tarnel-askpass.
     SandboxBuilder(QString root, QString sharedFolder, QString toolsFolder);
 
+    // Checks the shared folder before it writes anything, and takes away
+    // what it made when a step fails, so that a failed build leaves no half
+    // of a sandbox behind.
     void build() const;
 
 private:
     QString path(const QString& relative) const;
+    QJsonArray readSharedCatalogue() const;
+    void checkSharedBundles() const;
+    void layOut(const QJsonArray& catalogue) const;
     void placeBundles() const;
     void installTool(const QString& tool, const QString& where, const QString& stateFolder) const;
-    void writeBrewState() const;
+    void writeBrewState(const QJsonArray& catalogue) const;
     void writeStoreState() const;
     void writeSettings() const;
-    void writeCatalogue() const;
+    void writeCatalogue(QJsonArray catalogue) const;
     void writeLayout() const;
 
     QString root;

@@ -31,9 +31,9 @@ sigset_t blockStopSignals() {
 int serveSandbox(const QString& root) {
     QTextStream errors(stderr);
     const QString layoutFile = root + QStringLiteral("/layout.json");
-    SystemLayout layout;
     try {
-        layout = readSystemLayoutFile(layoutFile);
+        // Only a complete layout is worth serving; the read tells what is wrong.
+        readSystemLayoutFile(layoutFile);
     } catch (const SystemLayoutFileError& error) {
         errors << "tarnel-sandbox serve: " << error.what() << " (run create first)\n";
         return 1;
@@ -57,9 +57,8 @@ int serveSandbox(const QString& root) {
     }
     QUrl catalogueUrl = server.baseUrl();
     catalogueUrl.setPath(cataloguePath);
-    layout.catalogueUrl = catalogueUrl;
     try {
-        writeSystemLayoutFile(layout, layoutFile);
+        writeSystemLayoutCatalogueUrl(layoutFile, catalogueUrl);
     } catch (const SystemLayoutFileError& error) {
         errors << "tarnel-sandbox serve: " << error.what() << '\n';
         server.stop();

@@ -1,9 +1,12 @@
 #include "app/cli/application_status_table.h"
 
+#include "app/cli/application_table.h"
+
 #include <QCollator>
 
 #include <algorithm>
 #include <map>
+#include <vector>
 
 namespace tarnel {
 
@@ -58,22 +61,12 @@ QList<Application> sortedByDisplayName(QList<Application> applications) {
 }
 
 QString applicationStatusTable(const QList<Application>& applications) {
-    qsizetype nameWidth = QStringLiteral("Application").size();
-    qsizetype versionWidth = QStringLiteral("Version").size();
+    std::vector<QStringList> rows{
+        {QStringLiteral("Application"), QStringLiteral("Version"), QStringLiteral("Status")}};
     for (const Application& application : applications) {
-        nameWidth = std::max(nameWidth, application.displayName.size());
-        versionWidth = std::max(versionWidth, application.shortVersion.size());
+        rows.push_back({application.displayName, application.shortVersion, statusOf(application)});
     }
-    const auto line = [&](const QString& name, const QString& version, const QString& status) {
-        return name.leftJustified(nameWidth) + QStringLiteral("  ") +
-               version.leftJustified(versionWidth) + QStringLiteral("  ") + status + u'\n';
-    };
-    QString table =
-        line(QStringLiteral("Application"), QStringLiteral("Version"), QStringLiteral("Status"));
-    for (const Application& application : applications) {
-        table += line(application.displayName, application.shortVersion, statusOf(application));
-    }
-    return table + u'\n' + summaryOf(applications);
+    return tableText(std::move(rows)) + u'\n' + summaryOf(applications);
 }
 
 }  // namespace tarnel

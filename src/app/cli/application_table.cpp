@@ -1,9 +1,10 @@
 #include "app/cli/application_table.h"
 
+#include "core/printable_text.h"
+
 #include <QStringList>
 
 #include <algorithm>
-#include <vector>
 
 namespace tarnel {
 
@@ -28,8 +29,14 @@ QString withConfidence(const Cask& cask) {
     return QStringLiteral("%1 (%2%)").arg(cask.name).arg(qRound(cask.confidence * 100));
 }
 
-// The rows with a header row first, each column padded to its widest cell.
-QString tableText(const std::vector<QStringList>& rows) {
+}  // namespace
+
+QString tableText(std::vector<QStringList> rows) {
+    for (QStringList& row : rows) {
+        for (QString& cell : row) {
+            cell = printableText(cell);
+        }
+    }
     std::vector<qsizetype> widths(rows.front().size(), 0);
     for (const QStringList& row : rows) {
         for (qsizetype column = 0; column < row.size(); ++column) {
@@ -47,8 +54,6 @@ QString tableText(const std::vector<QStringList>& rows) {
     return table;
 }
 
-}  // namespace
-
 QString applicationTable(const QList<Application>& applications) {
     std::vector<QStringList> rows{{QStringLiteral("Name"), QStringLiteral("Display name"),
                                    QStringLiteral("Identifier"), QStringLiteral("Version"),
@@ -57,7 +62,7 @@ QString applicationTable(const QList<Application>& applications) {
     for (const Application& application : applications) {
         rows.push_back(rowOf(application));
     }
-    return tableText(rows);
+    return tableText(std::move(rows));
 }
 
 QString matchTable(const QList<Application>& applications) {
@@ -73,7 +78,7 @@ QString matchTable(const QList<Application>& applications) {
              application.adoptedCask ? withConfidence(*application.adoptedCask) : missing,
              options.isEmpty() ? missing : options.join(QStringLiteral(", "))});
     }
-    return tableText(rows);
+    return tableText(std::move(rows));
 }
 
 }  // namespace tarnel

@@ -1,28 +1,27 @@
 #include "app/cli/command_line.h"
 
+#include "app/console/standard_output.h"
+#include "core/printable_text.h"
 #include "discovery/applications_folder_reader.h"
 #include "discovery/directory_listing_error.h"
 
-#include <QTextStream>
+#include <cstdio>
 
 namespace tarnel {
 
-bool parseCommandLine(QCommandLineParser& parser, const QStringList& arguments,
-                      const QString& command) {
-    if (!parser.parse(arguments)) {
-        reportCommandFailure(command, parser.errorText());
-        return false;
-    }
-    if (!parser.positionalArguments().isEmpty()) {
-        reportCommandFailure(command, QStringLiteral("Unexpected argument: %1")
-                                          .arg(parser.positionalArguments().constFirst()));
-        return false;
-    }
-    return true;
+QString commandName(const QString& command) {
+    return QStringLiteral("tarnel-cli ") + command;
 }
 
 void reportCommandFailure(const QString& command, const QString& problem) {
-    QTextStream(stderr) << "tarnel-cli " << command << ": " << problem << '\n';
+    // A problem may quote a tool's output or a path from the applications
+    // folder, which must not act on the terminal.
+    std::fprintf(stderr, "%s: %s\n", commandName(command).toUtf8().constData(),
+                 printableText(problem).toUtf8().constData());
+}
+
+int printCommandResult(const QString& command, const QByteArray& result) {
+    return writeStandardOutput(result, commandName(command)) ? 0 : 1;
 }
 
 QCoro::Task<std::optional<QList<Application>>> readApplicationsForCommand(

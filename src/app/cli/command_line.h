@@ -2,7 +2,7 @@
 
 #include "core/records/application.h"
 
-#include <QCommandLineParser>
+#include <QByteArray>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -18,13 +18,15 @@ class Logger;
 // What the commands share: the words of their failures go to standard error
 // as "tarnel-cli {command}: {problem}", so that standard output stays the result.
 
-// Parses the command's arguments, which take options only. On a problem it
-// says so and gives false.
-bool parseCommandLine(QCommandLineParser& parser, const QStringList& arguments,
-                      const QString& command);
+// "tarnel-cli {command}", as the command's failures begin.
+QString commandName(const QString& command);
 
 // Prints one failure of `command`.
 void reportCommandFailure(const QString& command, const QString& problem);
+
+// Prints the result of `command` and gives the run's exit status: 0, or 1
+// when the result could not be written whole.
+int printCommandResult(const QString& command, const QByteArray& result);
 
 // Reads every bundle in `root`; when the folder cannot be listed it says so
 // and gives nothing.

@@ -3,6 +3,7 @@
 #include "app/cli/application_json.h"
 #include "app/cli/application_table.h"
 #include "app/cli/command_line.h"
+#include "app/console/command_parser.h"
 #include "core/async/task_group.h"
 #include "core/async/worker_pool.h"
 #include "core/logger.h"
@@ -21,10 +22,8 @@
 #include "platform/https_client.h"
 #include "platform/https_error.h"
 
-#include <QCommandLineParser>
 #include <QFile>
 #include <QFileInfo>
-#include <QTextStream>
 
 #include <memory>
 #include <optional>
@@ -86,7 +85,7 @@ QCoro::Task<std::optional<QByteArray>> loadCatalogue(std::optional<QString> file
 }
 
 // The installed tokens as given, or nothing when the option is absent.
-std::optional<QStringList> installedTokens(const QCommandLineParser& parser,
+std::optional<QStringList> installedTokens(const CommandParser& parser,
                                            const QCommandLineOption& option) {
     if (!parser.isSet(option)) {
         return std::nullopt;
@@ -174,10 +173,10 @@ QCoro::Task<QList<Application>> matchAll(QList<Application> applications, Catalo
 }  // namespace
 
 QCoro::Task<int> runMatchCommand(QStringList arguments, SystemLayout layout) {
-    QCommandLineParser parser;
-    const QCommandLineOption applicationsOption(QStringLiteral("applications"),
-                                                QStringLiteral("The folder to match."),
-                                                QStringLiteral("DIR"));
+    const QCommandLineOption applicationsOption(
+        QStringLiteral("applications"),
+        QStringLiteral("The folder to match; by default the applications folder."),
+        QStringLiteral("DIR"));
     const QCommandLineOption catalogueOption(QStringLiteral("catalogue"),
                                              QStringLiteral("A catalogue file to match against."),
                                              QStringLiteral("FILE"));
@@ -185,18 +184,19 @@ QCoro::Task<int> runMatchCommand(QStringList arguments, SystemLayout layout) {
         QStringLiteral("installed"), QStringLiteral("The installed cask tokens, comma-separated."),
         QStringLiteral("TOKEN,..."));
     const QCommandLineOption jsonOption(QStringLiteral("json"), QStringLiteral("Print JSON."));
-    parser.addOptions({applicationsOption, catalogueOption, installedOption, jsonOption});
-    if (!parseCommandLine(parser, arguments, command)) {
-        co_return 2;
-    }
-    if (!parser.isSet(applicationsOption)) {
-        reportCommandFailure(command, QStringLiteral("the option --applications DIR is required"));
-        co_return 2;
+    CommandParser parser(commandName(command),
+                         QStringLiteral("tarnel-cli [--sandbox DIR] match [--applications DIR] "
+                                        "[--catalogue FILE] [--installed TOKEN,...] [--json]"),
+                         QStringLiteral("Matches the bundles against the cask catalogue."),
+                         {applicationsOption, catalogueOption, installedOption, jsonOption});
+    if (const auto status = parser.parse(arguments)) {
+        co_return *status;
     }
 
     // Bundle paths are absolute with links resolved, and app artifacts must
     // name the folder the same way to meet them.
-    const QFileInfo folder(parser.value(applicationsOption));
+    const QFileInfo folder(parser.isSet(applicationsOption) ? parser.value(applicationsOption)
+                                                            : layout.applicationsDirectory);
     const QString root = folder.exists() ? folder.canonicalFilePath() : folder.absoluteFilePath();
     const auto settings = SettingsStore::open(layout.settingsFile);
     Logger logger(LogSink(), *settings, layout.desktopDirectory);
@@ -223,13 +223,9 @@ QCoro::Task<int> runMatchCommand(QStringList arguments, SystemLayout layout) {
     const QList<Application> results =
         co_await matchAll(*applications, *catalogues, installedTokens(parser, installedOption),
                           CaskLocations{root, layout.homeDirectory}, logger);
-    QTextStream output(stdout);
-    if (parser.isSet(jsonOption)) {
-        output << jsonArrayText(results, matchJson);
-    } else {
-        output << matchTable(results);
-    }
-    co_return 0;
+    co_return printCommandResult(command, parser.isSet(jsonOption)
+                                              ? jsonArrayText(results, matchJson)
+                                              : matchTable(results).toUtf8());
 }
 
 }  // namespace tarnel

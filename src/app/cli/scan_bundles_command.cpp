@@ -4,27 +4,30 @@
 #include "app/cli/application_table.h"
 #include "app/cli/cli_services.h"
 #include "app/cli/command_line.h"
+#include "app/console/command_parser.h"
 #include "core/logger.h"
 #include "core/settings_store.h"
 #include "core/system_layout.h"
 
-#include <QCommandLineParser>
-#include <QTextStream>
-
 namespace tarnel {
 
 QCoro::Task<int> runScanBundlesCommand(QStringList arguments, SystemLayout layout) {
-    QCommandLineParser parser;
-    const QCommandLineOption applicationsOption(QStringLiteral("applications"),
-                                                QStringLiteral("The folder to scan."),
-                                                QStringLiteral("DIR"));
+    const QString command = QStringLiteral("scan-bundles");
+    const QCommandLineOption applicationsOption(
+        QStringLiteral("applications"),
+        QStringLiteral("The folder to scan; by default the applications folder."),
+        QStringLiteral("DIR"));
     const QCommandLineOption jsonOption(QStringLiteral("json"), QStringLiteral("Print JSON."));
     const QCommandLineOption verboseOption(QStringLiteral("verbose"),
                                            QStringLiteral("Print log lines on standard error."));
-    parser.addOptions({applicationsOption, jsonOption, verboseOption});
-    const QString command = QStringLiteral("scan-bundles");
-    if (!parseCommandLine(parser, arguments, command)) {
-        co_return 2;
+    CommandParser parser(
+        commandName(command),
+        QStringLiteral("tarnel-cli [--sandbox DIR] scan-bundles [--applications DIR] [--json] "
+                       "[--verbose]"),
+        QStringLiteral("Lists the application bundles and what each declares."),
+        {applicationsOption, jsonOption, verboseOption});
+    if (const auto status = parser.parse(arguments)) {
+        co_return *status;
     }
 
     const QString root = parser.isSet(applicationsOption) ? parser.value(applicationsOption)
@@ -37,14 +40,9 @@ QCoro::Task<int> runScanBundlesCommand(QStringList arguments, SystemLayout layou
     if (!applications) {
         co_return 1;
     }
-
-    QTextStream output(stdout);
-    if (parser.isSet(jsonOption)) {
-        output << jsonArrayText(*applications, bundleJson);
-    } else {
-        output << applicationTable(*applications);
-    }
-    co_return 0;
+    co_return printCommandResult(command, parser.isSet(jsonOption)
+                                              ? jsonArrayText(*applications, bundleJson)
+                                              : applicationTable(*applications).toUtf8());
 }
 
 }  // namespace tarnel

@@ -5,9 +5,7 @@
 #include "app/cli/cli_services.h"
 #include "app/cli/command_line.h"
 #include "app/cli/progress_bar.h"
-
-#include <QCommandLineParser>
-#include <QTextStream>
+#include "app/console/command_parser.h"
 
 #include <exception>
 
@@ -29,14 +27,17 @@ QCoro::Task<> checkHomebrew(CliServices& services) {
 }  // namespace
 
 QCoro::Task<int> runScanCommand(QStringList arguments, SystemLayout layout) {
-    QCommandLineParser parser;
+    const QString command = QStringLiteral("scan");
     const QCommandLineOption jsonOption(QStringLiteral("json"), QStringLiteral("Print JSON."));
     const QCommandLineOption verboseOption(QStringLiteral("verbose"),
                                            QStringLiteral("Print log lines on standard error."));
-    parser.addOptions({jsonOption, verboseOption});
-    const QString command = QStringLiteral("scan");
-    if (!parseCommandLine(parser, arguments, command)) {
-        co_return 2;
+    CommandParser parser(
+        commandName(command),
+        QStringLiteral("tarnel-cli [--sandbox DIR] scan [--json] [--verbose]"),
+        QStringLiteral("Discovers every application and prints what Tarnel makes of it."),
+        {jsonOption, verboseOption});
+    if (const auto status = parser.parse(arguments)) {
+        co_return *status;
     }
 
     CliServices services(layout, parser.isSet(verboseOption) ? standardErrorSink() : LogSink());
@@ -65,13 +66,9 @@ QCoro::Task<int> runScanCommand(QStringList arguments, SystemLayout layout) {
     }
 
     applications = sortedByDisplayName(std::move(applications));
-    QTextStream output(stdout);
-    if (parser.isSet(jsonOption)) {
-        output << jsonArrayText(applications, applicationJson);
-    } else {
-        output << applicationStatusTable(applications);
-    }
-    co_return 0;
+    co_return printCommandResult(command, parser.isSet(jsonOption)
+                                              ? jsonArrayText(applications, applicationJson)
+                                              : applicationStatusTable(applications).toUtf8());
 }
 
 }  // namespace tarnel

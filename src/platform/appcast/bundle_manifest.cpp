@@ -3,28 +3,13 @@
 #include "platform/plain_file_reader.h"
 #include "platform/property_list_dictionary.h"
 #include "platform/property_list_error.h"
-
-#include <QFile>
-
-#include <sys/stat.h>
+#include "platform/property_list_limits.h"
 
 namespace tarnel {
 
-namespace {
-
-// Far above any real Info.plist; an update's bundle is untrusted input.
-constexpr qint64 maximumInfoPlistSize = 4 * 1024 * 1024;
-
-}  // namespace
-
 std::optional<BundleManifest> readBundleManifest(const QString& bundlePath) {
-    const QString path = bundlePath + QStringLiteral("/Contents/Info.plist");
-    struct stat status {};
-    if (stat(QFile::encodeName(path).constData(), &status) != 0 ||
-        status.st_size > maximumInfoPlistSize) {
-        return std::nullopt;
-    }
-    const auto contents = readPlainFile(path);
+    const auto contents = readPlainFile(bundlePath + QStringLiteral("/Contents/Info.plist"),
+                                        PropertyListLimits::maximumSize);
     if (!std::holds_alternative<QByteArray>(contents)) {
         return std::nullopt;
     }

@@ -74,8 +74,35 @@ PrereleaseKind prereleaseKindOf(QStringView suffix) {
 
 // Code points of the canonical composed form, so that two spellings of one
 // accented letter are the same character.
+//
+// The normaliser's work grows with the square of what it is given, so a long
+// text is given to it in pieces. A character below U+0300 never combines with
+// what stands before it, so a cut before one changes nothing: a piece ends
+// there once it is `usualPiece` code units long. A run of `longestRun` code
+// units without such a character, which no version holds, is cut where it
+// stands, though never inside a surrogate pair.
 QList<uint> characters(const QString& text) {
-    return text.normalized(QString::NormalizationForm_C).toUcs4();
+    constexpr qsizetype usualPiece = 32;
+    constexpr qsizetype longestRun = 64;
+    constexpr char16_t firstCombining = 0x0300;
+    QList<uint> result;
+    qsizetype start = 0;
+    qsizetype run = 0;
+    for (qsizetype end = 0; end < text.size(); ++end) {
+        const QChar next = text[end];
+        const bool isBoundary = next.unicode() < firstCombining;
+        const bool isCut = (isBoundary && end - start >= usualPiece) ||
+                           (run >= longestRun && !next.isLowSurrogate());
+        if (isCut) {
+            result.append(
+                text.sliced(start, end - start).normalized(QString::NormalizationForm_C).toUcs4());
+            start = end;
+            run = 0;
+        }
+        run = isBoundary ? 0 : run + 1;
+    }
+    result.append(text.sliced(start).normalized(QString::NormalizationForm_C).toUcs4());
+    return result;
 }
 
 }  // namespace

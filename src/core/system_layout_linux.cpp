@@ -1,0 +1,19 @@
+#include "core/system_layout.h"
+
+#include <QDir>
+
+#include <unistd.h>
+
+namespace tarnel {
+
+// The system's temporary folder is shared by every user, so the user's runtime
+// folder serves, or else a folder of our own in the shared one.
+QString SystemLayout::privateTemporaryDirectory() {
+    const QString runtimeDirectory = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (QDir::isAbsolutePath(runtimeDirectory)) {
+        return runtimeDirectory;
+    }
+    return QDir::tempPath() + QStringLiteral("/tarnel-%1").arg(geteuid());
+}
+
+}  // namespace tarnel
