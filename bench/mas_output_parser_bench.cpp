@@ -69,7 +69,7 @@ BENCHMARK(strayAfterArrows)->Arg(16384)->Arg(65536)->Unit(benchmark::kMicrosecon
 BENCHMARK(arrowsBeforeVersions)->Arg(16384)->Arg(65536)->Unit(benchmark::kMicrosecond);
 
 // Nanoseconds per character of one benchmark, from its time in `unit`.
-double perCharacter(const FloorReporter::CpuTimes& times, const std::string& name,
+double perCharacter(const FloorReporter::Times& times, const std::string& name,
                     qsizetype characters, double nanosecondsPerUnit) {
     return times.at(name) * nanosecondsPerUnit / static_cast<double>(characters);
 }
@@ -78,7 +78,7 @@ double perCharacter(const FloorReporter::CpuTimes& times, const std::string& nam
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    FloorReporter reporter([](const FloorReporter::CpuTimes& times) {
+    FloorReporter reporter([](const FloorReporter::Times& times) {
         if (!times.contains("ordinary")) {
             return;
         }

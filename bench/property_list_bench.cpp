@@ -214,11 +214,11 @@ void reportPeakMemory() {
     }
 }
 
-double perByte(const FloorReporter::CpuTimes& times, const std::string& name, qint64 bytes) {
+double perByte(const FloorReporter::Times& times, const std::string& name, qint64 bytes) {
     return times.at(name) / static_cast<double>(bytes);
 }
 
-void summarise(const FloorReporter::CpuTimes& times) {
+void summarise(const FloorReporter::Times& times) {
     const std::string forms[2] = {"0", "1"};
     for (int form = 0; form < 2; ++form) {
         const std::string read = "realInfoPlistsRead/" + forms[form];

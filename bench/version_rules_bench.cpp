@@ -167,7 +167,7 @@ qsizetype charactersOf(const QList<VersionPair>& pairs) {
 // Rule E's cost per character on hostile texts of two lengths, set against
 // its cost on ordinary versions: a cost that grew with the length of a text
 // would show as a ratio that grows with it.
-void summariseLongTexts(const FloorReporter::CpuTimes& times) {
+void summariseLongTexts(const FloorReporter::Times& times) {
     if (!times.contains("installedVersionCalledNewerCalls")) {
         return;
     }
