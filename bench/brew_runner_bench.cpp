@@ -7,6 +7,7 @@
 #include "core/system_layout.h"
 #include "homebrew/askpass_service.h"
 #include "homebrew/brew_service.h"
+#include "platform/https_client.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -42,7 +43,8 @@ struct Fixture {
         layout.homeDirectory = root.path();
         layout.temporaryDirectory = root.path();
         askpass = std::make_unique<AskpassService>(logger, layout);
-        service = std::make_unique<BrewService>(logger, *askpass, layout, clock);
+        httpsClient = std::make_unique<HttpsClient>(layout);
+        service = std::make_unique<BrewService>(logger, *askpass, *httpsClient, layout, clock);
     }
 
     QTemporaryDir root;
@@ -52,6 +54,7 @@ struct Fixture {
     SystemClock clock;
     SystemLayout layout;
     std::unique_ptr<AskpassService> askpass;
+    std::unique_ptr<HttpsClient> httpsClient;
     std::unique_ptr<BrewService> service;
 };
 

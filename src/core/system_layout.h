@@ -4,6 +4,8 @@
 #include <QStringList>
 #include <QUrl>
 
+#include <chrono>
+
 namespace tarnel {
 
 // Every place outside the program that it reaches: folders, tool candidates,
@@ -26,6 +28,9 @@ struct SystemLayout {
     QString settingsFile;
     // The user's languages, most preferred first, for localized bundle names.
     QStringList preferredLanguages;
+    // How long a network request may go without receiving a byte before it
+    // ends in a time-out: the platform's default, which tests shorten.
+    std::chrono::milliseconds networkIdleTimeout = std::chrono::seconds(60);
 
     // The values of a real installation.
     static SystemLayout production();

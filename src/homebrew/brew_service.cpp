@@ -2,35 +2,21 @@
 
 #include "core/clock.h"
 #include "core/logger.h"
-#include "homebrew/network_request_error.h"
+#include "platform/https_client.h"
+#include "platform/https_error.h"
 
 #include <QFileInfo>
-#include <QNetworkReply>
-#include <QNetworkRequest>
-#include <QScopedPointer>
-#include <QSslCertificate>
-
-#include <qcoro/qcoronetworkreply.h>
 
 namespace tarnel {
 
 namespace {
 
 constexpr std::chrono::seconds updateThrottle{1800};
+// Far above the real catalogue, which is held whole and parsed at once.
+constexpr qint64 catalogueMaximumSize = 256LL * 1024 * 1024;
 
 QString boolText(bool value) {
     return value ? QStringLiteral("true") : QStringLiteral("false");
-}
-
-// The system's trust, plus the extra certificates when a layout names them.
-QSslConfiguration catalogueTlsConfiguration(const QString& extraTrustedCertificates) {
-    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
-    if (!extraTrustedCertificates.isEmpty()) {
-        configuration.setCaCertificates(
-            QSslConfiguration::systemCaCertificates() +
-            QSslCertificate::fromPath(extraTrustedCertificates, QSsl::Pem));
-    }
-    return configuration;
 }
 
 bool isOutdatedCommand(const QStringList& arguments) {
@@ -45,14 +31,14 @@ QCoro::Task<> reportCommandFailed(const ProgressHandler& progressHandler) {
 
 }  // namespace
 
-BrewService::BrewService(Logger& logger, AskpassService& askpassService, const SystemLayout& layout,
-                         const Clock& clock)
+BrewService::BrewService(Logger& logger, AskpassService& askpassService, HttpsClient& httpsClient,
+                         const SystemLayout& layout, const Clock& clock)
     : logger(logger),
       clock(clock),
       catalogueUrl(layout.catalogueUrl),
       brewCandidates(layout.brewCandidates),
       runner(logger, askpassService, layout.homeDirectory),
-      catalogueTls(catalogueTlsConfiguration(layout.extraTrustedCertificates)) {}
+      httpsClient(httpsClient) {}
 
 std::optional<QString> BrewService::locateBrew() const {
     for (const QString& candidate : brewCandidates) {
@@ -169,34 +155,28 @@ QCoro::Task<> BrewService::updateHomebrew() {
 }
 
 QCoro::Task<QByteArray> BrewService::fetchCaskCatalogue() {
-    if (!catalogueDownload.isValid() || catalogueDownload.isFinished()) {
-        catalogueDownload = TaskHandle<QByteArray>::start(
-            [this](CancellationToken) { return downloadCatalogue(); });
-    }
-    const TaskHandle<QByteArray> download = catalogueDownload;
-    co_return co_await download.result();
-}
-
-QCoro::Task<QByteArray> BrewService::downloadCatalogue() {
     logger.info(QStringLiteral("Fetching casks from Homebrew API"));
-    if (!catalogueUrl.isValid() || catalogueUrl.scheme() != QStringLiteral("https")) {
-        throw BrewError::invalidAPIURL();
+    HttpsRequest request;
+    request.url = catalogueUrl;
+    request.maximumSize = catalogueMaximumSize;
+    try {
+        HttpsResponse response = co_await httpsClient.get(request);
+        if (response.status != 200) {
+            throw BrewError::apiRequestFailed();
+        }
+        co_return std::move(response.body);
+    } catch (const HttpsError& error) {
+        // The client refuses a URL that is not HTTPS before any request;
+        // every other failure without an HTTP answer is the session's own.
+        switch (error.kind()) {
+            case HttpsError::Kind::notHttps:
+                throw BrewError::invalidAPIURL();
+            case HttpsError::Kind::httpStatus:
+                throw BrewError::apiRequestFailed();
+            default:
+                throw;
+        }
     }
-    QNetworkRequest request(catalogueUrl);
-    request.setSslConfiguration(catalogueTls);
-    // The reply is resumed from inside its own finished signal, so it may only
-    // be deleted later.
-    const QScopedPointer<QNetworkReply, QScopedPointerDeleteLater> reply(network.get(request));
-    co_await reply.get();
-
-    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    if (status.isValid() && status.toInt() != 200) {
-        throw BrewError::apiRequestFailed();
-    }
-    if (reply->error() != QNetworkReply::NoError) {
-        throw NetworkRequestError(reply->error(), reply->errorString());
-    }
-    co_return reply->readAll();
 }
 
 }  // namespace tarnel

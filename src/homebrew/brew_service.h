@@ -1,6 +1,5 @@
 #pragma once
 
-#include "core/async/task_handle.h"
 #include "core/records/update_state.h"
 #include "core/system_layout.h"
 #include "homebrew/brew_error.h"
@@ -8,8 +7,6 @@
 
 #include <QByteArray>
 #include <QDateTime>
-#include <QNetworkAccessManager>
-#include <QSslConfiguration>
 #include <QString>
 #include <QStringList>
 
@@ -21,6 +18,7 @@ namespace tarnel {
 
 class AskpassService;
 class Clock;
+class HttpsClient;
 class Logger;
 
 // The only place that launches `brew` or reaches the catalogue endpoint.
@@ -28,8 +26,8 @@ class Logger;
 // commands may be in flight at once.
 class BrewService {
 public:
-    BrewService(Logger& logger, AskpassService& askpassService, const SystemLayout& layout,
-                const Clock& clock);
+    BrewService(Logger& logger, AskpassService& askpassService, HttpsClient& httpsClient,
+                const SystemLayout& layout, const Clock& clock);
 
     // The first candidate path that exists; executability is not tested.
     std::optional<QString> locateBrew() const;
@@ -49,13 +47,10 @@ public:
     // Runs `brew update` at most once in 30 minutes of success. Never throws.
     QCoro::Task<> updateHomebrew();
     // The body of the catalogue endpoint. Throws `BrewError`, or
-    // `NetworkRequestError` when no HTTP answer came.
-    // Callers that ask while a download is under way share it, since they
-    // would get the same bytes; each later call downloads afresh.
+    // `HttpsError` when no HTTP answer came.
     QCoro::Task<QByteArray> fetchCaskCatalogue();
 
 private:
-    QCoro::Task<QByteArray> downloadCatalogue();
     std::optional<QString> brewPath();
     void logCommand(const QStringList& arguments, bool requiresAdmin, bool hasAdminPermission);
     // Logs a failure that stands after every run, and gives the error to throw.
@@ -67,11 +62,9 @@ private:
     QUrl catalogueUrl;
     QStringList brewCandidates;
     BrewProcessRunner runner;
-    QSslConfiguration catalogueTls;
-    QNetworkAccessManager network;
+    HttpsClient& httpsClient;
     std::optional<QString> cachedPath;
     std::optional<QDateTime> lastUpdateTime;
-    TaskHandle<QByteArray> catalogueDownload;
 };
 
 }  // namespace tarnel

@@ -5,6 +5,7 @@
 #include "core/system_layout.h"
 #include "homebrew/askpass_service.h"
 #include "homebrew/brew_service.h"
+#include "platform/https_client.h"
 #include "support/await.h"
 #include "support/log_capture.h"
 
@@ -28,7 +29,8 @@ protected:
     SystemLayout layout = sandboxLayout();
     SystemClock clock;
     AskpassService askpassService{logger, layout};
-    BrewService brewService{logger, askpassService, layout, clock};
+    HttpsClient httpsClient{layout};
+    BrewService brewService{logger, askpassService, httpsClient, layout, clock};
 
     SystemLayout sandboxLayout() const {
         SystemLayout result = SystemLayout::production();

@@ -78,6 +78,7 @@ TEST(SystemLayout, ProductionValuesAreTheRealMachines) {
     EXPECT_EQ(layout.catalogueUrl.path(), QStringLiteral("/api/cask.json"));
     EXPECT_TRUE(layout.extraTrustedCertificates.isEmpty());
     EXPECT_TRUE(layout.settingsFile.isEmpty());
+    EXPECT_EQ(layout.networkIdleTimeout, std::chrono::seconds(60));
 }
 
 TEST(SystemLayout, ProductionTemporaryFolderIsTheUsersRuntimeFolder) {

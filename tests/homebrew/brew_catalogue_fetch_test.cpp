@@ -1,11 +1,12 @@
 #include "catalogue_sandbox.h"
 
 #include "homebrew/brew_error.h"
-#include "homebrew/network_request_error.h"
+#include "platform/https_error.h"
 #include "support/await.h"
 #include "support/test_paths.h"
 
 #include <QFile>
+#include <QTcpServer>
 
 #include <gtest/gtest.h>
 
@@ -30,6 +31,17 @@ BrewError brewErrorOf(BrewSandbox& sandbox) {
     }
     ADD_FAILURE() << "the fetch did not fail with a BrewError";
     return BrewError::homebrewNotFound();
+}
+
+// The kind of network failure the fetch ends in.
+HttpsError::Kind httpsErrorKindOf(BrewSandbox& sandbox) {
+    try {
+        await(sandbox.brewService().fetchCaskCatalogue());
+    } catch (const HttpsError& error) {
+        return error.kind();
+    }
+    ADD_FAILURE() << "the fetch did not fail with an HttpsError";
+    return HttpsError::Kind::notHttps;
 }
 
 }  // namespace
@@ -72,24 +84,18 @@ TEST(BrewCatalogueFetch, StatusOtherThan200IsApiRequestFailed) {
     }
 }
 
-TEST(BrewCatalogueFetch, UntrustedCertificateIsANetworkError) {
+TEST(BrewCatalogueFetch, UntrustedCertificateIsATlsError) {
     CatalogueSandbox sandbox;
     sandbox.server.setRoute(cataloguePath(), ServedRoute::bytes("[]"));
     sandbox.layout.extraTrustedCertificates.clear();
-    try {
-        await(sandbox.brewService().fetchCaskCatalogue());
-        ADD_FAILURE() << "an untrusted server was accepted";
-    } catch (const NetworkRequestError& error) {
-        EXPECT_EQ(error.code(), QNetworkReply::SslHandshakeFailedError);
-        EXPECT_FALSE(error.description().isEmpty());
-    }
+    EXPECT_EQ(httpsErrorKindOf(sandbox), HttpsError::Kind::tls);
     EXPECT_TRUE(sandbox.server.servedRequests().isEmpty());
 }
 
-TEST(BrewCatalogueFetch, RefusedConnectionIsANetworkError) {
+TEST(BrewCatalogueFetch, RefusedConnectionIsAConnectionError) {
     CatalogueSandbox sandbox;
     sandbox.server.stop();
-    EXPECT_THROW(await(sandbox.brewService().fetchCaskCatalogue()), NetworkRequestError);
+    EXPECT_EQ(httpsErrorKindOf(sandbox), HttpsError::Kind::connection);
 }
 
 TEST(BrewCatalogueFetch, UrlThatCannotBeBuiltIsInvalidApiUrl) {
@@ -105,25 +111,39 @@ TEST(BrewCatalogueFetch, PlainHttpUrlIsInvalidApiUrl) {
     EXPECT_EQ(brewErrorOf(sandbox).kind(), BrewError::Kind::invalidAPIURL);
 }
 
-TEST(BrewCatalogueFetch, CallsDuringADownloadShareItAndLaterCallsDownloadAgain) {
+TEST(BrewCatalogueFetch, OverlappingCallsEachDownloadAndLogTheirFetch) {
     CatalogueSandbox sandbox;
     sandbox.server.setRoute(cataloguePath(), ServedRoute::file(catalogueFile()));
+    // Both calls start before the event loop runs, so the second begins while
+    // the first still waits for its answer.
     auto first = sandbox.brewService().fetchCaskCatalogue();
     auto second = sandbox.brewService().fetchCaskCatalogue();
     EXPECT_EQ(await(std::move(first)), catalogueBytes());
     EXPECT_EQ(await(std::move(second)), catalogueBytes());
-    EXPECT_EQ(sandbox.catalogueRequestCount(), 1);
-
-    EXPECT_EQ(await(sandbox.brewService().fetchCaskCatalogue()), catalogueBytes());
     EXPECT_EQ(sandbox.catalogueRequestCount(), 2);
+    EXPECT_EQ(
+        sandbox.capture.lines().count(QStringLiteral("[INFO] Fetching casks from Homebrew API")),
+        2);
 }
 
-TEST(BrewCatalogueFetch, CallsDuringAFailedDownloadAllSeeItsError) {
+TEST(BrewCatalogueFetch, ServerThatAcceptsAndNeverAnswersEndsInATimeOut) {
+    BrewSandbox sandbox;
+    QTcpServer silent;
+    ASSERT_TRUE(silent.listen(QHostAddress::LocalHost));
+    sandbox.layout.catalogueUrl =
+        QUrl(QStringLiteral("https://127.0.0.1:%1/api/cask.json").arg(silent.serverPort()));
+    sandbox.layout.networkIdleTimeout = std::chrono::milliseconds(300);
+    EXPECT_EQ(httpsErrorKindOf(sandbox), HttpsError::Kind::timedOut);
+}
+
+TEST(BrewCatalogueFetch, ServerThatStallsMidBodyEndsInATimeOut) {
     CatalogueSandbox sandbox;
-    sandbox.server.setRoute(cataloguePath(), ServedRoute::bytes("[]", 500));
-    auto first = sandbox.brewService().fetchCaskCatalogue();
-    auto second = sandbox.brewService().fetchCaskCatalogue();
-    EXPECT_THROW(await(std::move(first)), BrewError);
-    EXPECT_THROW(await(std::move(second)), BrewError);
+    ServedRoute route = ServedRoute::file(catalogueFile());
+    route.isCompressible = false;
+    route.stall = ServedRoute::Stall::afterBodyBytes;
+    route.stallAfterBytes = 64 * 1024;
+    sandbox.server.setRoute(cataloguePath(), route);
+    sandbox.layout.networkIdleTimeout = std::chrono::milliseconds(300);
+    EXPECT_EQ(httpsErrorKindOf(sandbox), HttpsError::Kind::timedOut);
     EXPECT_EQ(sandbox.catalogueRequestCount(), 1);
 }

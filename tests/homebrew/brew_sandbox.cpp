@@ -48,7 +48,9 @@ tarnel::AskpassService& BrewSandbox::askpassService() {
 
 tarnel::BrewService& BrewSandbox::brewService() {
     if (!brew) {
-        brew = std::make_unique<tarnel::BrewService>(logger, askpassService(), layout, clock);
+        httpsClient = std::make_unique<tarnel::HttpsClient>(layout);
+        brew = std::make_unique<tarnel::BrewService>(logger, askpassService(), *httpsClient, layout,
+                                                     clock);
     }
     return *brew;
 }

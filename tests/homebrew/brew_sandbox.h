@@ -6,6 +6,7 @@
 #include "homebrew/askpass_service.h"
 #include "homebrew/brew_service.h"
 #include "homebrew/cask_service.h"
+#include "platform/https_client.h"
 #include "support/fake_brew_state.h"
 #include "support/log_capture.h"
 #include "support/manual_clock.h"
@@ -43,6 +44,7 @@ private:
     tarnel::SettingsStore settings;
     tarnel::Logger logger;
     std::unique_ptr<tarnel::AskpassService> askpass;
+    std::unique_ptr<tarnel::HttpsClient> httpsClient;
     std::unique_ptr<tarnel::BrewService> brew;
     std::unique_ptr<tarnel::CaskService> casks;
 };

@@ -1,17 +1,22 @@
 #include "loopback_https_server.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <httplib.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace tarnel {
 
 namespace {
 
 const QByteArray gzipEncoding = "gzip";
+// How much of a served file is read from the disk at a time.
+constexpr qint64 filePieceSize = 256 * 1024;
 
 // Whether the Accept-Encoding header names gzip without refusing it by q=0.
 bool acceptsGzip(const QByteArray& acceptEncoding) {
@@ -64,6 +69,11 @@ void LoopbackHttpsServer::setRoute(const QString& path, ServedRoute route) {
     routes.insert(path, std::move(route));
 }
 
+void LoopbackHttpsServer::setRequestObserver(std::function<void(const ServedRequest&)> observer) {
+    std::lock_guard lock(mutex);
+    requestObserver = std::move(observer);
+}
+
 QUrl LoopbackHttpsServer::baseUrl() const {
     return QUrl(QStringLiteral("https://127.0.0.1:%1").arg(boundPort));
 }
@@ -73,8 +83,8 @@ QList<ServedRequest> LoopbackHttpsServer::servedRequests() const {
     return served;
 }
 
-LoopbackHttpsServer::Answer LoopbackHttpsServer::answer(const QString& path,
-                                                        const QByteArray& acceptEncoding) {
+LoopbackHttpsServer::Answer LoopbackHttpsServer::answer(
+    const QString& path, const QMap<QByteArray, QByteArray>& headers) {
     std::optional<ServedRoute> route;
     {
         std::lock_guard lock(mutex);
@@ -82,30 +92,66 @@ LoopbackHttpsServer::Answer LoopbackHttpsServer::answer(const QString& path,
             route = routes.value(path);
         }
     }
+    const QByteArray acceptEncoding = headers.value("accept-encoding");
+    const bool isGzipped = route && route->isCompressible && acceptsGzip(acceptEncoding);
+    // Large files go out in pieces from the disk; what is compressed is
+    // compressed whole.
+    const bool isStreamedFile = route && !route->filePath.isEmpty() && !isGzipped;
+    std::optional<QByteArray> content;
+    if (route && !isStreamedFile) {
+        content = route->content();
+    }
     Answer reply;
-    const std::optional<QByteArray> content = route ? route->content() : std::nullopt;
-    if (!content) {
+    if (!route || (isStreamedFile ? !QFileInfo(route->filePath).isFile() : !content)) {
         reply.body = "Not Found";
         reply.contentType = "text/plain";
     } else {
         reply.status = route->status;
-        reply.body = *content;
         reply.contentType = route->contentType;
-        if (route->isCompressible && acceptsGzip(acceptEncoding)) {
-            if (const std::optional<QByteArray> compressed = gzipped(reply.body)) {
-                reply.body = *compressed;
-                reply.contentEncoding = gzipEncoding;
-            }
+        reply.labelsEncoding = route->labelsEncoding;
+        reply.location = route->location;
+        reply.stall = route->stall;
+        reply.stallAfterBytes = route->stallAfterBytes;
+        if (isStreamedFile) {
+            reply.filePath = route->filePath;
+        } else if (const std::optional<QByteArray> compressed =
+                       isGzipped ? gzipped(*content) : std::nullopt) {
+            reply.body = *compressed;
+            reply.contentEncoding = gzipEncoding;
+        } else {
+            reply.body = *content;
         }
     }
-    std::lock_guard lock(mutex);
-    served.append({path, acceptEncoding, reply.contentEncoding, reply.status});
+    ServedRequest request;
+    request.path = path;
+    request.acceptEncoding = acceptEncoding;
+    request.headers = headers;
+    request.contentEncoding = reply.contentEncoding;
+    request.status = reply.status;
+    std::function<void(const ServedRequest&)> observer;
+    {
+        std::lock_guard lock(mutex);
+        served.append(request);
+        observer = requestObserver;
+    }
+    if (observer) {
+        observer(request);
+    }
     return reply;
+}
+
+void LoopbackHttpsServer::holdUntilStopping() {
+    std::unique_lock lock(mutex);
+    stopping.wait(lock, [this] { return isStopping; });
 }
 
 bool LoopbackHttpsServer::start() {
     if (server) {
         return true;
+    }
+    {
+        std::lock_guard lock(mutex);
+        isStopping = false;
     }
     server = std::make_unique<httplib::SSLServer>(
         QFile::encodeName(certificates.serverCertificate).constData(),
@@ -118,20 +164,62 @@ bool LoopbackHttpsServer::start() {
     // keep-alive connection.
     server->set_keep_alive_max_count(1);
     server->Get(".*", [this](const httplib::Request& request, httplib::Response& response) {
-        const Answer reply =
-            answer(QString::fromStdString(request.path),
-                   QByteArray::fromStdString(request.get_header_value("Accept-Encoding")));
+        QMap<QByteArray, QByteArray> headers;
+        for (const auto& [name, value] : request.headers) {
+            headers.insert(QByteArray::fromStdString(name).toLower(),
+                           QByteArray::fromStdString(value));
+        }
+        const Answer reply = answer(QString::fromStdString(request.path), headers);
+        if (reply.stall == ServedRoute::Stall::beforeHeaders) {
+            holdUntilStopping();
+            return;
+        }
         response.status = reply.status;
-        if (!reply.contentEncoding.isEmpty()) {
+        if (!reply.contentEncoding.isEmpty() && reply.labelsEncoding) {
             response.set_header("Content-Encoding", reply.contentEncoding.toStdString());
+        }
+        if (!reply.location.isEmpty()) {
+            response.set_header("Location", reply.location.toStdString());
         }
         // A body of known length through a provider is sent exactly as given:
         // the library compresses nothing behind our back.
+        std::shared_ptr<QFile> file;
+        qint64 size = reply.body.size();
+        if (!reply.filePath.isEmpty()) {
+            file = std::make_shared<QFile>(reply.filePath);
+            if (!file->open(QIODevice::ReadOnly)) {
+                response.status = 404;
+                return;
+            }
+            size = file->size();
+        }
+        // The library sends an empty provided body without a length and holds
+        // the connection open, so an empty body goes as plain content, which
+        // it may gzip: nothing of it can differ.
+        if (size == 0) {
+            response.set_content(std::string(), reply.contentType.toStdString());
+            return;
+        }
+        const qint64 stallAt = reply.stall == ServedRoute::Stall::afterBodyBytes
+                                   ? reply.stallAfterBytes
+                                   : std::numeric_limits<qint64>::max();
         auto body = std::make_shared<QByteArray>(reply.body);
         response.set_content_provider(
-            static_cast<size_t>(body->size()), reply.contentType.toStdString(),
-            [body](size_t offset, size_t length, httplib::DataSink& sink) {
-                return sink.write(body->constData() + offset, length);
+            static_cast<size_t>(size), reply.contentType.toStdString(),
+            [this, body, file, stallAt](size_t offset, size_t length, httplib::DataSink& sink) {
+                const qint64 start = static_cast<qint64>(offset);
+                if (start >= stallAt) {
+                    holdUntilStopping();
+                    return false;
+                }
+                const qint64 count =
+                    std::min({static_cast<qint64>(length), stallAt - start, filePieceSize});
+                if (!file) {
+                    return sink.write(body->constData() + start, static_cast<size_t>(count));
+                }
+                const QByteArray piece = file->seek(start) ? file->read(count) : QByteArray();
+                return !piece.isEmpty() &&
+                       sink.write(piece.constData(), static_cast<size_t>(piece.size()));
             });
     });
     boundPort = server->bind_to_any_port("127.0.0.1");
@@ -152,6 +240,11 @@ void LoopbackHttpsServer::stop() {
     if (!server) {
         return;
     }
+    {
+        std::lock_guard lock(mutex);
+        isStopping = true;
+    }
+    stopping.notify_all();
     server->stop();
     if (serving.joinable()) {
         serving.join();

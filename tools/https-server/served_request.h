@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QMap>
 #include <QString>
 
 namespace tarnel {
@@ -9,6 +10,8 @@ namespace tarnel {
 struct ServedRequest {
     QString path;
     QByteArray acceptEncoding;
+    // Every request header, by its lower-cased name.
+    QMap<QByteArray, QByteArray> headers;
     // "gzip" when the body went out compressed, else empty.
     QByteArray contentEncoding;
     int status = 0;

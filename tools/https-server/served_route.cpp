@@ -18,6 +18,14 @@ ServedRoute ServedRoute::file(QString path, int status) {
     return route;
 }
 
+ServedRoute ServedRoute::redirect(QByteArray location, int status) {
+    ServedRoute route;
+    route.location = std::move(location);
+    route.status = status;
+    route.contentType = "text/plain";
+    return route;
+}
+
 std::optional<QByteArray> ServedRoute::content() const {
     if (filePath.isEmpty()) {
         return body;

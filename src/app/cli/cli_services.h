@@ -9,6 +9,7 @@
 #include "homebrew/askpass_service.h"
 #include "homebrew/brew_service.h"
 #include "homebrew/cask_service.h"
+#include "platform/https_client.h"
 #include "updates/mas_service.h"
 
 #include <memory>
@@ -26,6 +27,7 @@ public:
     std::unique_ptr<SettingsStore> settings;
     Logger logger;
     AskpassService askpassService;
+    HttpsClient httpsClient;
     BrewService brewService;
     ExclusionService exclusionService;
     CaskService caskService;

@@ -19,7 +19,8 @@
 #include "homebrew/cask_locations.h"
 #include "homebrew/cask_matcher.h"
 #include "homebrew/json_syntax_error.h"
-#include "homebrew/network_request_error.h"
+#include "platform/https_client.h"
+#include "platform/https_error.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -69,13 +70,14 @@ QCoro::Task<std::optional<QByteArray>> loadCatalogue(std::optional<QString> file
     }
     const SystemClock clock;
     AskpassService askpass(logger, layout);
-    BrewService brew(logger, askpass, layout, clock);
+    HttpsClient httpsClient(layout);
+    BrewService brew(logger, askpass, httpsClient, layout, clock);
     std::optional<QString> failure;
     try {
         co_return co_await brew.fetchCaskCatalogue();
     } catch (const BrewError& error) {
         failure = error.description();
-    } catch (const NetworkRequestError& error) {
+    } catch (const HttpsError& error) {
         failure = error.description();
     }
     reportCommandFailure(command, QStringLiteral("cannot fetch the catalogue: ") + *failure);
