@@ -13,9 +13,12 @@ namespace tarnel {
 namespace {
 
 constexpr int maximumRedirects = 10;
-// What the network layer may hold unread for one reply, so that a download
-// never gathers in memory when the file is slower than the network.
-constexpr qint64 replyBufferSize = 1024 * 1024;
+// What the network layer may hold unread for one reply of a download, so
+// that the body never gathers in memory when the file is slower than the
+// network.
+constexpr qint64 downloadBufferSize = 1024 * 1024;
+// A body kept in memory gathers there anyway; a limit would only slow it.
+constexpr qint64 unlimitedBuffer = 0;
 
 // The system's trust, plus the extra certificates when a layout names them.
 QSslConfiguration tlsConfiguration(const QString& extraTrustedCertificates) {
@@ -44,7 +47,7 @@ QCoro::Task<HttpsResponse> HttpsClient::get(HttpsRequest request, CancellationTo
     QByteArray body;
     HttpsResponse response = co_await transfer(
         std::move(request), [&body](const char* data, qint64 size) { body.append(data, size); }, {},
-        std::move(token));
+        unlimitedBuffer, std::move(token));
     response.body = std::move(body);
     co_return response;
 }
@@ -64,8 +67,8 @@ QCoro::Task<HttpsResponse> HttpsClient::download(HttpsRequest request, QString d
         }
     };
     try {
-        HttpsResponse response =
-            co_await transfer(std::move(request), write, std::move(progress), std::move(token));
+        HttpsResponse response = co_await transfer(std::move(request), write, std::move(progress),
+                                                   downloadBufferSize, std::move(token));
         file.close();
         co_return response;
     } catch (...) {
@@ -75,7 +78,7 @@ QCoro::Task<HttpsResponse> HttpsClient::download(HttpsRequest request, QString d
 }
 
 QCoro::Task<HttpsResponse> HttpsClient::transfer(HttpsRequest request, HttpsTransfer::Writer writer,
-                                                 DownloadProgress progress,
+                                                 DownloadProgress progress, qint64 replyBufferSize,
                                                  CancellationToken token) {
     requireHttps(request.url);
     // Redirects are followed here rather than by the network layer, so that

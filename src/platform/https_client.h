@@ -37,8 +37,11 @@ public:
                                         DownloadProgress progress, CancellationToken token = {});
 
 private:
+    // `replyBufferSize` bounds what the network layer holds unread; 0 leaves
+    // it unbounded.
     QCoro::Task<HttpsResponse> transfer(HttpsRequest request, HttpsTransfer::Writer writer,
-                                        DownloadProgress progress, CancellationToken token);
+                                        DownloadProgress progress, qint64 replyBufferSize,
+                                        CancellationToken token);
 
     QSslConfiguration tls;
     std::chrono::milliseconds idleTimeout;

@@ -36,7 +36,7 @@ void UnlabelledGzipDecoder::feed(const char* data, qint64 size) {
             output(data, size);
             return;
         case State::inflating:
-            inflate(data, size);
+            decompress(data, size);
             return;
         case State::sniffing:
             head.append(data, size);
@@ -46,7 +46,7 @@ void UnlabelledGzipDecoder::feed(const char* data, qint64 size) {
             const QByteArray held = std::exchange(head, {});
             if (held.startsWith(gzipMagic)) {
                 startInflating();
-                inflate(held.constData(), held.size());
+                decompress(held.constData(), held.size());
             } else {
                 state = State::passing;
                 output(held.constData(), held.size());
@@ -73,7 +73,7 @@ void UnlabelledGzipDecoder::startInflating() {
     state = State::inflating;
 }
 
-void UnlabelledGzipDecoder::inflate(const char* data, qint64 size) {
+void UnlabelledGzipDecoder::decompress(const char* data, qint64 size) {
     std::array<char, outputPieceSize> piece;
     while (size > 0) {
         const auto taken =
@@ -95,7 +95,7 @@ void UnlabelledGzipDecoder::inflate(const char* data, qint64 size) {
             }
             stream->next_out = reinterpret_cast<Bytef*>(piece.data());
             stream->avail_out = static_cast<uInt>(piece.size());
-            const int result = ::inflate(stream.get(), Z_NO_FLUSH);
+            const int result = inflate(stream.get(), Z_NO_FLUSH);
             if (result == Z_STREAM_END) {
                 isMemberComplete = true;
             } else if (result != Z_OK && result != Z_BUF_ERROR) {

@@ -34,7 +34,7 @@ private:
     enum class State { sniffing, passing, inflating };
 
     void startInflating();
-    void inflate(const char* data, qint64 size);
+    void decompress(const char* data, qint64 size);
 
     State state;
     Output output;
