@@ -47,12 +47,12 @@ int create(const QStringList& arguments) {
 }
 
 int serve(const QStringList& arguments) {
-    tarnel::CommandParser parser(program + QStringLiteral(" serve"),
-                                 QStringLiteral("tarnel-sandbox serve DIR"),
-                                 QStringLiteral("Serves DIR's catalogue and update feeds over loopback "
-                                                "HTTPS until stopped, and writes its address "
-                                                "into DIR/layout.json."),
-                                 {}, {QStringLiteral("DIR")});
+    tarnel::CommandParser parser(
+        program + QStringLiteral(" serve"), QStringLiteral("tarnel-sandbox serve DIR"),
+        QStringLiteral("Serves DIR's catalogue and update feeds over loopback "
+                       "HTTPS until stopped, and writes its address "
+                       "into DIR/layout.json."),
+        {}, {QStringLiteral("DIR")});
     if (const auto status = parser.parse(arguments)) {
         return *status;
     }

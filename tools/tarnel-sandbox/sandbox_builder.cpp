@@ -330,6 +330,7 @@ void SandboxBuilder::writeLayout() const {
     layout.extraTrustedCertificates =
         LoopbackCertificates::inFolder(path(QStringLiteral("ca"))).authorityCertificate;
     layout.settingsFile = path(QStringLiteral("settings.json"));
+    layout.dataDirectory = path(QStringLiteral("home/Library/Application Support/Tarnel"));
     layout.preferredLanguages = {QStringLiteral("en")};
     layout.askpassDialogProgram = toolsFolder + QStringLiteral("/tarnel-askpass");
     writeSystemLayoutFile(layout, path(QStringLiteral("layout.json")));

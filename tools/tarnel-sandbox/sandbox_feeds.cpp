@@ -38,7 +38,7 @@ constexpr std::array publishedApplications{
                          Publishing::signedByPublisher},
     PublishedApplication{"Hammerspoon.app", "hammerspoon", "1.0.1", "5930",
                          BundleArchiveFormat::tarGzip, Publishing::signedByPublisher},
-    PublishedApplication{"Amethyst.app", "amethyst", "0.12.1", "60", BundleArchiveFormat::zip,
+    PublishedApplication{"Loop.app", "loop", "1.1.0", "1280", BundleArchiveFormat::zip,
                          Publishing::olderThanInstalled},
     PublishedApplication{"IINA.app", "iina", "1.0.1", "96", BundleArchiveFormat::zip,
                          Publishing::plainHttp},
