@@ -18,7 +18,10 @@ SystemLayout SystemLayout::production() {
     layout.homeDirectory = QDir::homePath();
     layout.temporaryDirectory = privateTemporaryDirectory();
     layout.desktopDirectory = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+    layout.dataDirectory = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+                           QStringLiteral("/Tarnel");
     layout.preferredLanguages = QLocale::system().uiLanguages();
+    layout.systemVersion = runningSystemVersion();
     // Without `osascript` the dialog comes from the helper installed beside the program.
     if (QStandardPaths::findExecutable(QStringLiteral("osascript")).isEmpty()) {
         layout.askpassDialogProgram =

@@ -97,6 +97,17 @@ LayoutKey urlKey(const char* name, QUrl SystemLayout::*field) {
             [field](const SystemLayout& layout) { return QJsonValue((layout.*field).toString()); }};
 }
 
+LayoutKey textKey(const char* name, QString SystemLayout::*field) {
+    return {QString::fromLatin1(name), KeyKind::tuning, QStringLiteral("a text"),
+            [field](const QJsonValue& value, const QDir&, SystemLayout& layout) {
+                if (value.isString()) {
+                    layout.*field = value.toString();
+                }
+                return value.isString();
+            },
+            [field](const SystemLayout& layout) { return QJsonValue(layout.*field); }};
+}
+
 LayoutKey textListKey(const char* name, QStringList SystemLayout::*field) {
     return {QString::fromLatin1(name), KeyKind::tuning, QStringLiteral("a list of texts"),
             [field](const QJsonValue& value, const QDir&, SystemLayout& layout) {
@@ -123,7 +134,9 @@ const QList<LayoutKey>& layoutKeys() {
         pathKey("extraTrustedCertificates", &SystemLayout::extraTrustedCertificates),
         pathKey("settingsFile", &SystemLayout::settingsFile),
         pathKey("askpassDialogProgram", &SystemLayout::askpassDialogProgram),
+        pathKey("dataDirectory", &SystemLayout::dataDirectory),
         textListKey("preferredLanguages", &SystemLayout::preferredLanguages),
+        textKey("systemVersion", &SystemLayout::systemVersion),
     };
     return keys;
 }

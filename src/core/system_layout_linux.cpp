@@ -16,4 +16,10 @@ QString SystemLayout::privateTemporaryDirectory() {
     return QDir::tempPath() + QStringLiteral("/tarnel-%1").arg(geteuid());
 }
 
+// Feeds name the versions of the system they are written for; here the
+// program takes the oldest one it runs on.
+QString SystemLayout::runningSystemVersion() {
+    return QStringLiteral("15.0.0");
+}
+
 }  // namespace tarnel

@@ -29,7 +29,9 @@ QJsonObject completeLayout() {
         {u"extraTrustedCertificates"_qs, u"ca/authority.pem"_qs},
         {u"settingsFile"_qs, u"settings.json"_qs},
         {u"askpassDialogProgram"_qs, u"bin/dialog"_qs},
+        {u"dataDirectory"_qs, u"home/data"_qs},
         {u"preferredLanguages"_qs, QJsonArray{u"de-CH"_qs}},
+        {u"systemVersion"_qs, u"14.6.1"_qs},
     };
 }
 
@@ -130,7 +132,16 @@ TEST_F(SystemLayoutFileTest, ReadsEveryKeyOfACompleteFile) {
     EXPECT_EQ(read.extraTrustedCertificates, inFolder(QStringLiteral("ca/authority.pem")));
     EXPECT_EQ(read.settingsFile, inFolder(QStringLiteral("settings.json")));
     EXPECT_EQ(read.askpassDialogProgram, inFolder(QStringLiteral("bin/dialog")));
+    EXPECT_EQ(read.dataDirectory, inFolder(QStringLiteral("home/data")));
     EXPECT_EQ(read.preferredLanguages, QStringList{QStringLiteral("de-CH")});
+    EXPECT_EQ(read.systemVersion, QStringLiteral("14.6.1"));
+}
+
+TEST_F(SystemLayoutFileTest, ALayoutWithoutSystemVersionTakesTheRunningOne) {
+    QJsonObject layout = completeLayout();
+    layout.remove(QStringLiteral("systemVersion"));
+    write(layout);
+    EXPECT_EQ(readSystemLayoutFile(path).systemVersion, SystemLayout::runningSystemVersion());
 }
 
 TEST_F(SystemLayoutFileTest, AMissingOrBrokenFileIsAClearError) {
@@ -148,7 +159,7 @@ TEST_F(SystemLayoutFileTest, AnEmptyObjectIsRefusedNamingEveryPlace) {
                          "layout.json does not name applicationsDirectory, brewCandidates, "
                          "masCandidates, catalogueUrl, homeDirectory, temporaryDirectory, "
                          "desktopDirectory, extraTrustedCertificates, settingsFile, "
-                         "askpassDialogProgram;"))
+                         "askpassDialogProgram, dataDirectory;"))
         << error;
 }
 

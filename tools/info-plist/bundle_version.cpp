@@ -108,6 +108,27 @@ bool writeBundleVersion(const QString& bundlePath, const BundleVersion& version)
     return writeFile(plistPath, serialise(root.get(), isBinary));
 }
 
+std::optional<QString> readInfoPlistText(const QString& bundlePath, const QString& key) {
+    const PlistPointer root = parse(readFile(infoPlistPath(bundlePath)));
+    return root ? stringAt(root.get(), key.toUtf8().constData()) : std::nullopt;
+}
+
+bool writeInfoPlistTexts(const QString& bundlePath, const QMap<QString, QString>& entries) {
+    const QString plistPath = infoPlistPath(bundlePath);
+    const QByteArray existing = readFile(plistPath);
+    const bool isBinary =
+        plist_is_binary(existing.constData(), static_cast<uint32_t>(existing.size())) != 0;
+    const PlistPointer root = parse(existing);
+    if (!root) {
+        return false;
+    }
+    for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry) {
+        plist_dict_set_item(root.get(), entry.key().toUtf8().constData(),
+                            plist_new_string(entry.value().toUtf8().constData()));
+    }
+    return writeFile(plistPath, serialise(root.get(), isBinary));
+}
+
 bool convertInfoPlistToBinary(const QString& bundlePath) {
     const QString plistPath = infoPlistPath(bundlePath);
     const PlistPointer root = parse(readFile(plistPath));

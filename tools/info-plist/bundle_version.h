@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMap>
 #include <QString>
 
 #include <optional>
@@ -20,6 +21,13 @@ std::optional<BundleVersion> readBundleVersion(const QString& bundlePath);
 // Sets both keys, keeping every other key and the file's format; a bundle
 // without Info.plist gets a new XML one named after the bundle.
 bool writeBundleVersion(const QString& bundlePath, const BundleVersion& version);
+
+// The text at `key` of the bundle's Info.plist, XML or binary.
+std::optional<QString> readInfoPlistText(const QString& bundlePath, const QString& key);
+
+// Sets text keys, keeping every other key and the file's format, as a
+// publisher does when it points a bundle at its feed and key.
+bool writeInfoPlistTexts(const QString& bundlePath, const QMap<QString, QString>& entries);
 
 // Rewrites the bundle's Info.plist in the binary form.
 bool convertInfoPlistToBinary(const QString& bundlePath);

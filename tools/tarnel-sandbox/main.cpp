@@ -14,8 +14,8 @@ const QString program = QStringLiteral("tarnel-sandbox");
 const QString description = QStringLiteral(
     "Commands:\n"
     "  create  Lays out a simulated Mac in DIR (an empty or new folder).\n"
-    "  serve   Serves DIR's catalogue over loopback HTTPS until stopped, and\n"
-    "          writes its address into DIR/layout.json.\n"
+    "  serve   Serves DIR's catalogue and update feeds over loopback HTTPS until\n"
+    "          stopped, and writes its address into DIR/layout.json.\n"
     "\n"
     "'tarnel-sandbox COMMAND --help' tells what each command takes.");
 
@@ -47,12 +47,12 @@ int create(const QStringList& arguments) {
 }
 
 int serve(const QStringList& arguments) {
-    tarnel::CommandParser parser(program + QStringLiteral(" serve"),
-                                 QStringLiteral("tarnel-sandbox serve DIR"),
-                                 QStringLiteral("Serves DIR's catalogue over loopback HTTPS until "
-                                                "stopped, and writes its address into "
-                                                "DIR/layout.json."),
-                                 {}, {QStringLiteral("DIR")});
+    tarnel::CommandParser parser(
+        program + QStringLiteral(" serve"), QStringLiteral("tarnel-sandbox serve DIR"),
+        QStringLiteral("Serves DIR's catalogue and update feeds over loopback "
+                       "HTTPS until stopped, and writes its address "
+                       "into DIR/layout.json."),
+        {}, {QStringLiteral("DIR")});
     if (const auto status = parser.parse(arguments)) {
         return *status;
     }

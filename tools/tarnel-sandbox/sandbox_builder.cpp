@@ -4,6 +4,7 @@
 #include "core/settings_store.h"
 #include "core/system_layout_file.h"
 #include "loopback_certificates.h"
+#include "sandbox_feeds.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -212,6 +213,7 @@ void SandboxBuilder::layOut(const QJsonArray& catalogue) const {
         makeFolder(path(QString::fromLatin1(place)));
     }
     placeBundles();
+    SandboxFeeds(root).prepare();
     installTool(QStringLiteral("fake-brew"), QStringLiteral("opt/homebrew/bin/brew"),
                 QStringLiteral("state/brew"));
     installTool(QStringLiteral("fake-mas"), QStringLiteral("opt/homebrew/bin/mas"),
@@ -328,6 +330,7 @@ void SandboxBuilder::writeLayout() const {
     layout.extraTrustedCertificates =
         LoopbackCertificates::inFolder(path(QStringLiteral("ca"))).authorityCertificate;
     layout.settingsFile = path(QStringLiteral("settings.json"));
+    layout.dataDirectory = path(QStringLiteral("home/Library/Application Support/Tarnel"));
     layout.preferredLanguages = {QStringLiteral("en")};
     layout.askpassDialogProgram = toolsFolder + QStringLiteral("/tarnel-askpass");
     writeSystemLayoutFile(layout, path(QStringLiteral("layout.json")));

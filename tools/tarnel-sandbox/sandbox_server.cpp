@@ -2,6 +2,8 @@
 
 #include "core/system_layout_file.h"
 #include "loopback_https_server.h"
+#include "sandbox_builder.h"
+#include "sandbox_feeds.h"
 
 #include <QTextStream>
 
@@ -44,6 +46,13 @@ int serveSandbox(const QString& root) {
     if (!server.start()) {
         errors << "tarnel-sandbox serve: cannot start the HTTPS server (certificates in " << root
                << "/ca, or no free port)\n";
+        return 1;
+    }
+    try {
+        SandboxFeeds(root).publish(server);
+    } catch (const SandboxError& error) {
+        errors << "tarnel-sandbox serve: " << error.what() << '\n';
+        server.stop();
         return 1;
     }
     QUrl catalogueUrl = server.baseUrl();

@@ -15,7 +15,13 @@ CliServices::CliServices(const SystemLayout& systemLayout, LogSink sink)
       exclusionService(logger, *settings),
       caskService(logger, brewService, clock, CaskLocations::of(layout)),
       masService(logger, layout, clock),
-      discoveryService(logger, exclusionService, caskService, masService, *settings, layout) {}
+      discoveryService(logger, exclusionService, caskService, masService, *settings, layout),
+      updaterFactory(httpsClient, clock,
+                     AppcastEngineSettings{.systemVersion = layout.systemVersion,
+                                           .preferredLanguages = layout.preferredLanguages,
+                                           .temporaryDirectory = layout.temporaryDirectory,
+                                           .dataDirectory = layout.dataDirectory}),
+      sparkleService(logger, updaterFactory, clock) {}
 
 LogSink standardErrorSink() {
     return [](LogLevel, const QString& line) {

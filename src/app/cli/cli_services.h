@@ -9,8 +9,10 @@
 #include "homebrew/askpass_service.h"
 #include "homebrew/brew_service.h"
 #include "homebrew/cask_service.h"
+#include "platform/appcast/appcast_updater_factory.h"
 #include "platform/https_client.h"
 #include "updates/mas_service.h"
+#include "updates/sparkle_service.h"
 
 #include <memory>
 
@@ -33,6 +35,8 @@ public:
     CaskService caskService;
     MASService masService;
     DiscoveryService discoveryService;
+    AppcastUpdaterFactory updaterFactory;
+    SparkleService sparkleService;
 };
 
 // Log lines on standard error, so that standard output stays the result.

@@ -1,5 +1,7 @@
 #include "app/cli/command_line.h"
 
+#include "app/cli/application_choice.h"
+
 #include "app/console/standard_output.h"
 #include "core/printable_text.h"
 #include "discovery/applications_folder_reader.h"
@@ -33,6 +35,23 @@ QCoro::Task<std::optional<QList<Application>>> readApplicationsForCommand(
                                           .arg(error.path(), error.reason()));
     }
     co_return std::nullopt;
+}
+
+QCoro::Task<std::optional<Application>> chooseApplicationForCommand(QString root,
+                                                                    QStringList preferredLanguages,
+                                                                    Logger& logger, QString command,
+                                                                    QString query) {
+    const auto applications =
+        co_await readApplicationsForCommand(root, preferredLanguages, logger, command);
+    if (!applications) {
+        co_return std::nullopt;
+    }
+    auto choice = chooseApplication(*applications, query);
+    if (const auto* problem = std::get_if<QString>(&choice)) {
+        reportCommandFailure(command, *problem);
+        co_return std::nullopt;
+    }
+    co_return std::get<Application>(std::move(choice));
 }
 
 }  // namespace tarnel

@@ -33,4 +33,12 @@ int printCommandResult(const QString& command, const QByteArray& result);
 QCoro::Task<std::optional<QList<Application>>> readApplicationsForCommand(
     QString root, QStringList preferredLanguages, Logger& logger, QString command);
 
+// The one application of the layout's applications folder that `query`
+// names (see chooseApplication); when there is none, or several, it says so
+// and gives nothing.
+QCoro::Task<std::optional<Application>> chooseApplicationForCommand(QString root,
+                                                                    QStringList preferredLanguages,
+                                                                    Logger& logger, QString command,
+                                                                    QString query);
+
 }  // namespace tarnel

@@ -1,6 +1,8 @@
 #include "app/cli/match_command.h"
 #include "app/cli/scan_bundles_command.h"
 #include "app/cli/scan_command.h"
+#include "app/cli/sparkle_check_command.h"
+#include "app/cli/sparkle_update_command.h"
 #include "app/console/command_parser.h"
 #include "app/console/standard_output.h"
 #include "core/printable_text.h"
@@ -19,15 +21,18 @@ const QString program = QStringLiteral("tarnel-cli");
 
 const QString description = QStringLiteral(
     "Commands:\n"
-    "  scan          Discovers every application and prints what Tarnel makes of it.\n"
-    "  scan-bundles  Lists the application bundles and what each declares.\n"
-    "  match         Matches the bundles against the cask catalogue.\n"
+    "  scan            Discovers every application and prints what Tarnel makes of it.\n"
+    "  scan-bundles    Lists the application bundles and what each declares.\n"
+    "  match           Matches the bundles against the cask catalogue.\n"
+    "  sparkle-check   Asks an application's own update feed for a newer version.\n"
+    "  sparkle-update  Installs the update of an application's own feed in place.\n"
     "\n"
     "'tarnel-cli COMMAND --help' tells what each command takes.");
 
 // The commands that reach the sandbox's server.
 bool needsServedSandbox(const QString& command) {
-    return command == QLatin1String("scan");
+    return command == QLatin1String("scan") || command == QLatin1String("sparkle-check") ||
+           command == QLatin1String("sparkle-update");
 }
 
 QCoro::Task<int> runCommand(QStringList arguments) {
@@ -68,6 +73,12 @@ QCoro::Task<int> runCommand(QStringList arguments) {
     }
     if (command == QLatin1String("scan-bundles")) {
         co_return co_await tarnel::runScanBundlesCommand(commandArguments, layout);
+    }
+    if (command == QLatin1String("sparkle-check")) {
+        co_return co_await tarnel::runSparkleCheckCommand(commandArguments, layout);
+    }
+    if (command == QLatin1String("sparkle-update")) {
+        co_return co_await tarnel::runSparkleUpdateCommand(commandArguments, layout);
     }
     if (command == QLatin1String("match")) {
         co_return co_await tarnel::runMatchCommand(commandArguments, layout);

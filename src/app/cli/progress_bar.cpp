@@ -21,14 +21,14 @@ ProgressBar::~ProgressBar() {
     }
 }
 
-void ProgressBar::show(double fraction) {
+void ProgressBar::show(const char* label, double fraction) {
     if (!isTerminal) {
         return;
     }
     const double clamped = std::clamp(fraction, 0.0, 1.0);
     const int filled = static_cast<int>(clamped * barWidth);
     const std::string bar = std::string(filled, '#') + std::string(barWidth - filled, '-');
-    std::fprintf(stream, "\rDiscovering [%s] %3d%%", bar.c_str(), static_cast<int>(clamped * 100));
+    std::fprintf(stream, "\r%-12s [%s] %3d%%", label, bar.c_str(), static_cast<int>(clamped * 100));
     std::fflush(stream);
     hasDrawn = true;
 }

@@ -12,7 +12,8 @@ public:
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
 
-    void show(double fraction);
+    // `label` names the step, such as "Discovering".
+    void show(const char* label, double fraction);
 
 private:
     std::FILE* stream;

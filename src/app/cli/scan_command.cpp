@@ -48,7 +48,7 @@ QCoro::Task<int> runScanCommand(QStringList arguments, SystemLayout layout) {
         ProgressBar progressBar(stderr);
         applications = co_await services.discoveryService.discoverApplications(
             [&progressBar](double fraction) -> QCoro::Task<> {
-                progressBar.show(fraction);
+                progressBar.show("Discovering", fraction);
                 co_return;
             });
     } catch (...) {

@@ -1,0 +1,308 @@
+#include "platform/appcast/appcast_updater_factory.h"
+
+#include "appcast_feed_writer.h"
+#include "core/async/cancellation_error.h"
+#include "core/logger.h"
+#include "core/settings_store.h"
+#include "install_workshop.h"
+#include "platform/appcast/bundle_manifest.h"
+#include "platform/appcast/updater_error.h"
+#include "platform/https_sandbox.h"
+#include "updates/sparkle_framework_error.h"
+#include "updates/sparkle_service.h"
+
+#include "support/await.h"
+#include "support/log_capture.h"
+#include "support/manual_clock.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+using namespace tarnel;
+
+namespace {
+
+// The update stages at which a test cancels the install.
+enum class CancelPoint { initializing, downloading, extracting, installing };
+
+class AppcastUpdaterTest : public ::testing::Test {
+protected:
+    AppcastUpdaterTest()
+        : settings(https.path(QStringLiteral("settings.json"))),
+          logger(capture.sink(), settings, https.path(QStringLiteral("desktop"))) {
+        QDir().mkpath(temporary());
+        writeBundle(installed(), {.publicEdKey = key.publicKey()});
+        installedListing = treeListing(installed());
+        EXPECT_TRUE(https.server.start());
+    }
+
+    QString installed() const { return https.path(QStringLiteral("Applications/Foo.app")); }
+    QString temporary() const { return https.path(QStringLiteral("tmp")); }
+    QString data() const { return https.path(QStringLiteral("data")); }
+
+    SparkleService& service() {
+        if (!sparkleService) {
+            factory = std::make_unique<AppcastUpdaterFactory>(
+                https.client(), clock,
+                AppcastEngineSettings{.systemVersion = QStringLiteral("15.0.0"),
+                                      .preferredLanguages = {QStringLiteral("en")},
+                                      .temporaryDirectory = temporary(),
+                                      .dataDirectory = data()});
+            sparkleService = std::make_unique<SparkleService>(logger, *factory, clock);
+        }
+        return *sparkleService;
+    }
+
+    Application application() const {
+        Application app;
+        app.id = QStringLiteral("foo-id");
+        app.name = QStringLiteral("Foo");
+        app.displayName = QStringLiteral("Foo");
+        app.bundlePath = installed();
+        app.bundleIdentifier = QStringLiteral("org.example.foo");
+        app.shortVersion = QStringLiteral("100");
+        app.bundleVersion = QStringLiteral("100");
+        app.sparkleInfo =
+            SparkleInfo{.feedURL = https.url(QStringLiteral("/appcast.xml")).toString(),
+                        .publicKey = key.publicKey()};
+        return app;
+    }
+
+    // Publishes version `version` of the bundle as a zip signed by `signer`,
+    // in a feed at /appcast.xml whose enclosure is relative.
+    void publish(const QString& version, const SigningKey& signer, BundleSpec spec = {}) {
+        spec.version = version;
+        if (!spec.publicEdKey) {
+            spec.publicEdKey = key.publicKey();
+        }
+        const QString vendor = https.path(QStringLiteral("vendor/Foo.app"));
+        QDir(vendor).removeRecursively();
+        writeBundle(vendor, spec);
+        const QString archive = https.path(QStringLiteral("www/Foo-%1.zip").arg(version));
+        QDir().mkpath(QFileInfo(archive).path());
+        ArchiveBuilder().tree(vendor, "Foo.app").writeZip(archive);
+        PublishedRelease release;
+        release.title = QStringLiteral("Foo ") + version;
+        release.version = version;
+        release.shortVersion = version;
+        release.enclosureUrl = QStringLiteral("Foo-%1.zip").arg(version);
+        release.length = QFileInfo(archive).size();
+        release.edSignature = signer.signFile(archive);
+        release.description = QStringLiteral("Better.");
+        serveFeed(writeAppcastFeed(QStringLiteral("Foo"), {release}));
+        ServedRoute route = ServedRoute::file(archive);
+        route.contentType = "application/octet-stream";
+        route.isCompressible = false;
+        https.server.setRoute(QStringLiteral("/Foo-%1.zip").arg(version), route);
+    }
+
+    void serveFeed(const QByteArray& feed) {
+        ServedRoute route = ServedRoute::bytes(feed);
+        route.contentType = "application/rss+xml";
+        https.server.setRoute(QStringLiteral("/appcast.xml"), route);
+    }
+
+    ProgressHandler recorder() {
+        return [this](UpdateState state) -> QCoro::Task<> {
+            states.append(state);
+            co_return;
+        };
+    }
+
+    QString installedVersion() const {
+        const auto manifest = readBundleManifest(installed());
+        return manifest ? manifest->version : QString();
+    }
+
+    void expectInstalledUntouched() const {
+        EXPECT_EQ(treeListing(installed()), installedListing);
+        EXPECT_EQ(folderEntries(https.path(QStringLiteral("Applications"))),
+                  QStringList{QStringLiteral("Foo.app")});
+        EXPECT_TRUE(folderEntries(temporary()).isEmpty());
+    }
+
+    HttpsSandbox https;
+    SettingsStore settings;
+    LogCapture capture;
+    Logger logger;
+    ManualClock clock;
+    SigningKey key;
+    QStringList installedListing;
+    std::unique_ptr<AppcastUpdaterFactory> factory;
+    std::unique_ptr<SparkleService> sparkleService;
+    QList<UpdateState> states;
+};
+
+TEST_F(AppcastUpdaterTest, ACheckFindsTheNewerReleaseWithoutTouchingTheBundle) {
+    publish(QStringLiteral("200"), key);
+
+    const auto update = await(service().checkForUpdate(application()));
+
+    ASSERT_TRUE(update);
+    EXPECT_EQ(update->availableVersion, QStringLiteral("200"));
+    EXPECT_EQ(update->downloadURL, https.url(QStringLiteral("/Foo-200.zip")).toString());
+    EXPECT_EQ(update->releaseNotes, QStringLiteral("Better."));
+    EXPECT_GT(update->fileSize.value_or(0), 0);
+    expectInstalledUntouched();
+}
+
+TEST_F(AppcastUpdaterTest, ACheckSendsTheFeedHeadersOfTheFramework) {
+    publish(QStringLiteral("200"), key);
+
+    await(service().checkForUpdate(application()));
+
+    const ServedRequest request = https.server.servedRequests().constFirst();
+    EXPECT_EQ(request.headers.value("accept"), QByteArray("application/rss+xml,*/*;q=0.1"));
+    EXPECT_TRUE(request.headers.value("user-agent").startsWith("Foo/100 Sparkle/"));
+}
+
+TEST_F(AppcastUpdaterTest, ACheckRemembersItsSkipAnswerInOurOwnDataFolder) {
+    publish(QStringLiteral("200"), key);
+    const QByteArray infoPlist = [this] {
+        QFile file(installed() + QStringLiteral("/Contents/Info.plist"));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }();
+
+    await(service().checkForUpdate(application()));
+
+    QFile answer(data() + QStringLiteral("/update-feeds/org.example.foo.json"));
+    ASSERT_TRUE(answer.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(answer.readAll().contains("\"skippedVersion\":\"200\""));
+    QFile plist(installed() + QStringLiteral("/Contents/Info.plist"));
+    ASSERT_TRUE(plist.open(QIODevice::ReadOnly));
+    EXPECT_EQ(plist.readAll(), infoPlist);
+}
+
+TEST_F(AppcastUpdaterTest, ACheckOfAFeedWhoseNewestIsOlderFindsNothing) {
+    publish(QStringLiteral("90"), key);
+
+    EXPECT_EQ(await(service().checkForUpdate(application())), std::nullopt);
+}
+
+TEST_F(AppcastUpdaterTest, ACheckOfAMalformedRealFeedFindsNothing) {
+    QFile feed(QStringLiteral(TARNEL_SHARED_DIR "/fixtures/appcast/Xcodes.xml"));
+    ASSERT_TRUE(feed.open(QIODevice::ReadOnly));
+    serveFeed(feed.readAll());
+
+    EXPECT_EQ(await(service().checkForUpdate(application())), std::nullopt);
+}
+
+TEST_F(AppcastUpdaterTest, ACheckOfAFeedRedirectedToHttpFindsNothing) {
+    https.server.setRoute(QStringLiteral("/appcast.xml"),
+                          ServedRoute::redirect("http://127.0.0.1:9/appcast.xml"));
+
+    EXPECT_EQ(await(service().checkForUpdate(application())), std::nullopt);
+}
+
+TEST_F(AppcastUpdaterTest, AnUpdateInstallsTheSignedReleaseInPlace) {
+    publish(QStringLiteral("200"), key);
+
+    await(service().updateViaSparkle(application(), recorder()));
+
+    EXPECT_EQ(installedVersion(), QStringLiteral("200"));
+    EXPECT_EQ(states.last(), UpdateState::completed());
+    EXPECT_TRUE(std::any_of(states.begin(), states.end(), [](const UpdateState& state) {
+        return state.kind() == UpdateState::Kind::downloading && state.loadedSize() > 0;
+    }));
+    EXPECT_TRUE(states.contains(UpdateState::extracting(1.0)));
+    EXPECT_TRUE(states.contains(UpdateState::installing()));
+    EXPECT_EQ(folderEntries(https.path(QStringLiteral("Applications"))),
+              QStringList{QStringLiteral("Foo.app")});
+    EXPECT_TRUE(folderEntries(temporary()).isEmpty());
+}
+
+TEST_F(AppcastUpdaterTest, AnArchiveSignedByAnotherKeyIsRefused) {
+    publish(QStringLiteral("200"), SigningKey());
+
+    try {
+        await(service().updateViaSparkle(application(), recorder()));
+        FAIL() << "installed";
+    } catch (const SparkleFrameworkError& error) {
+        EXPECT_EQ(error.domain(), QStringLiteral("SUSparkleErrorDomain"));
+        EXPECT_EQ(error.code(), static_cast<int>(UpdaterError::Code::validation));
+    }
+    EXPECT_EQ(states.last().kind(), UpdateState::Kind::error);
+    expectInstalledUntouched();
+}
+
+TEST_F(AppcastUpdaterTest, ABundleWithAnotherIdentifierIsRefused) {
+    publish(QStringLiteral("200"), key, {.identifier = QStringLiteral("org.example.other")});
+
+    EXPECT_THROW(await(service().updateViaSparkle(application())), SparkleFrameworkError);
+    expectInstalledUntouched();
+}
+
+TEST_F(AppcastUpdaterTest, ABundleWithoutEdKeyCanBeCheckedButNotUpdated) {
+    QDir(installed()).removeRecursively();
+    writeBundle(installed(), {});
+    installedListing = treeListing(installed());
+    publish(QStringLiteral("200"), key);
+
+    EXPECT_TRUE(await(service().checkForUpdate(application())));
+    EXPECT_THROW(await(service().updateViaSparkle(application())), SparkleFrameworkError);
+    expectInstalledUntouched();
+}
+
+TEST_F(AppcastUpdaterTest, AnInformationalReleaseCannotBeInstalled) {
+    serveFeed(
+        "<?xml version=\"1.0\"?><rss version=\"2.0\" "
+        "xmlns:sparkle=\"http://www.andymatuschak.org/xml-namespaces/sparkle\"><channel><item>"
+        "<title>Foo 300</title><link>https://example.org/foo</link>"
+        "<sparkle:version>300</sparkle:version></item></channel></rss>");
+
+    EXPECT_TRUE(await(service().checkForUpdate(application())));
+    EXPECT_THROW(await(service().updateViaSparkle(application())), SparkleFrameworkError);
+    expectInstalledUntouched();
+}
+
+TEST_F(AppcastUpdaterTest, ADownloadThatStallsEndsInAnErrorAndLeavesNothing) {
+    publish(QStringLiteral("200"), key);
+    ServedRoute stalled = ServedRoute::file(https.path(QStringLiteral("www/Foo-200.zip")));
+    stalled.isCompressible = false;
+    stalled.stall = ServedRoute::Stall::afterBodyBytes;
+    stalled.stallAfterBytes = 100;
+    https.server.setRoute(QStringLiteral("/Foo-200.zip"), stalled);
+    https.layout.networkIdleTimeout = std::chrono::milliseconds(300);
+
+    EXPECT_THROW(await(service().updateViaSparkle(application())), SparkleFrameworkError);
+    expectInstalledUntouched();
+}
+
+class AppcastUpdaterCancelTest : public AppcastUpdaterTest,
+                                 public ::testing::WithParamInterface<CancelPoint> {};
+
+TEST_P(AppcastUpdaterCancelTest, ACancelAtEachStageLeavesTheBundleAsItWas) {
+    publish(QStringLiteral("200"), key);
+    const CancelPoint point = GetParam();
+    bool hasCancelled = false;
+    const ProgressHandler cancelling = [&](UpdateState state) -> QCoro::Task<> {
+        const bool isThePoint =
+            (point == CancelPoint::initializing &&
+             state.kind() == UpdateState::Kind::initializing) ||
+            (point == CancelPoint::downloading && state.kind() == UpdateState::Kind::downloading) ||
+            (point == CancelPoint::extracting && state.kind() == UpdateState::Kind::extracting) ||
+            (point == CancelPoint::installing && state.kind() == UpdateState::Kind::installing);
+        if (isThePoint && !hasCancelled) {
+            hasCancelled = true;
+            service().clearCache();
+        }
+        co_return;
+    };
+
+    EXPECT_THROW(await(service().updateViaSparkle(application(), cancelling)), CancellationError);
+    // The engine's last steps end on the worker pool; let them.
+    for (int turn = 0; turn < 50 && !folderEntries(temporary()).isEmpty(); ++turn) {
+        QTest::qWait(20);
+    }
+    EXPECT_TRUE(hasCancelled);
+    expectInstalledUntouched();
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryStage, AppcastUpdaterCancelTest,
+                         ::testing::Values(CancelPoint::initializing, CancelPoint::downloading,
+                                           CancelPoint::extracting, CancelPoint::installing));
+
+}  // namespace
