@@ -40,10 +40,12 @@ QByteArray contents(const QString& path) {
 
 }  // namespace
 
-TEST_P(FuzzCorpusReplay, RunsEveryReproducerAndCorpusInputToTheEnd) {
+TEST_P(FuzzCorpusReplay, RunsEverySeedCorpusInputAndReproducerToTheEnd) {
     const FuzzHarness harness = GetParam();
-    const QStringList files =
-        inputFiles(fuzzReproducersDir(harness.name)) + inputFiles(fuzzCorpusDir(harness.name));
+    QStringList files;
+    for (const QString& folder : fuzzInputDirs(harness.name)) {
+        files.append(inputFiles(folder));
+    }
     // A harness without inputs would pass without running anything.
     ASSERT_FALSE(files.isEmpty()) << "no inputs for " << harness.name.toStdString();
     for (const QString& path : files) {

@@ -27,10 +27,10 @@ FuzzHarness fuzzHarness(const QString& name) {
     throw std::invalid_argument("no fuzz harness " + name.toStdString());
 }
 
-QString fuzzReproducersDir(const QString& name) {
-    return QStringLiteral(TARNEL_FUZZ_DIR "/reproducers/") + name;
-}
-
-QString fuzzCorpusDir(const QString& name) {
-    return QStringLiteral(TARNEL_FUZZ_DIR "/corpus/") + name;
+QStringList fuzzInputDirs(const QString& name) {
+    QStringList folders;
+    for (const char* kind : {"seeds", "corpus", "reproducers"}) {
+        folders.append(QStringLiteral(TARNEL_FUZZ_DIR "/%1/%2").arg(QLatin1String(kind), name));
+    }
+    return folders;
 }

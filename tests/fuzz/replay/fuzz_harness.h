@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <cstddef>
 #include <cstdint>
@@ -20,6 +21,6 @@ struct FuzzHarness {
 QList<FuzzHarness> fuzzHarnesses();
 FuzzHarness fuzzHarness(const QString& name);
 
-// The folders of inputs the suite replays through each harness.
-QString fuzzReproducersDir(const QString& name);
-QString fuzzCorpusDir(const QString& name);
+// The folders of inputs the suite replays through a harness: its hand-made
+// seeds, its minimized corpus and its reproducers.
+QStringList fuzzInputDirs(const QString& name);
