@@ -42,6 +42,8 @@ QJsonValue toJson(const QVariant& value) {
     return QJsonValue::fromVariant(value);
 }
 
+}  // namespace
+
 bool readSettingsFile(QIODevice& device, QSettings::SettingsMap& map) {
     const QByteArray bytes = device.readAll();
     if (bytes.trimmed().isEmpty()) {
@@ -58,6 +60,8 @@ bool readSettingsFile(QIODevice& device, QSettings::SettingsMap& map) {
     }
     return true;
 }
+
+namespace {
 
 bool writeSettingsFile(QIODevice& device, const QSettings::SettingsMap& map) {
     QJsonObject object;

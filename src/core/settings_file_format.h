@@ -8,4 +8,7 @@ namespace tarnel {
 // lists of text, data), registered with QSettings once.
 QSettings::Format settingsFileFormat();
 
+// The format's reader: false when the bytes are not a JSON object.
+bool readSettingsFile(QIODevice& device, QSettings::SettingsMap& map);
+
 }  // namespace tarnel
