@@ -66,7 +66,10 @@ void HttpsTransfer::fail(const HttpsError& error) {
     if (!failure) {
         failure = error;
     }
-    reply.abort();
+    // Aborting from inside the reply's own signal makes the network layer
+    // report a second error of its own, so the abort waits for the loop.
+    QMetaObject::invokeMethod(
+        &context, [this] { reply.abort(); }, Qt::QueuedConnection);
 }
 
 void HttpsTransfer::acceptHeaders() {

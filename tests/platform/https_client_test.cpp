@@ -154,6 +154,30 @@ TEST(HttpsClient, StatusOutsideTheSuccessRangeIsAnHttpStatusError) {
     }
 }
 
+namespace {
+
+// What Qt itself reports while a test runs.
+QStringList networkLayerWarnings;
+
+void keepNetworkLayerWarning(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    if (type != QtDebugMsg) {
+        networkLayerWarnings.append(message);
+    }
+}
+
+}  // namespace
+
+TEST(HttpsClient, RefusesAnErrorStatusWithoutUpsettingTheNetworkLayer) {
+    HttpsSandbox sandbox;
+    sandbox.server.setRoute(feedPath, ServedRoute::bytes("gone", 404));
+    networkLayerWarnings.clear();
+    const QtMessageHandler previous = qInstallMessageHandler(keepNetworkLayerWarning);
+    const HttpsError error = httpsErrorOf(sandbox.client().get(requestOf(sandbox.url(feedPath))));
+    qInstallMessageHandler(previous);
+    EXPECT_EQ(error.kind(), HttpsError::Kind::httpStatus);
+    EXPECT_EQ(networkLayerWarnings, QStringList());
+}
+
 TEST(HttpsClient, UntrustedCertificateIsATlsError) {
     HttpsSandbox sandbox;
     sandbox.server.setRoute(feedPath, ServedRoute::bytes(feedText()));
