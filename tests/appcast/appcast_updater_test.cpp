@@ -10,6 +10,9 @@
 #include "platform/https_sandbox.h"
 #include "updates/sparkle_framework_error.h"
 #include "updates/sparkle_service.h"
+#include "updates/sparkle_updater.h"
+#include "updates/sparkle_updater_delegate.h"
+#include "updates/sparkle_user_driver.h"
 
 #include "support/await.h"
 #include "support/log_capture.h"
@@ -18,6 +21,7 @@
 #include <QDir>
 #include <QFile>
 #include <QTest>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -43,15 +47,21 @@ protected:
     QString temporary() const { return https.path(QStringLiteral("tmp")); }
     QString data() const { return https.path(QStringLiteral("data")); }
 
-    SparkleService& service() {
-        if (!sparkleService) {
+    AppcastUpdaterFactory& engine() {
+        if (!factory) {
             factory = std::make_unique<AppcastUpdaterFactory>(
                 https.client(), clock,
                 AppcastEngineSettings{.systemVersion = QStringLiteral("15.0.0"),
                                       .preferredLanguages = {QStringLiteral("en")},
                                       .temporaryDirectory = temporary(),
                                       .dataDirectory = data()});
-            sparkleService = std::make_unique<SparkleService>(logger, *factory, clock);
+        }
+        return *factory;
+    }
+
+    SparkleService& service() {
+        if (!sparkleService) {
+            sparkleService = std::make_unique<SparkleService>(logger, engine(), clock);
         }
         return *sparkleService;
     }
@@ -268,6 +278,171 @@ TEST_F(AppcastUpdaterTest, ADownloadThatStallsEndsInAnErrorAndLeavesNothing) {
     https.layout.networkIdleTimeout = std::chrono::milliseconds(300);
 
     EXPECT_THROW(await(service().updateViaSparkle(application())), SparkleFrameworkError);
+    expectInstalledUntouched();
+}
+
+// Writes down every callback of a session by its short name, repeats folded
+// into one, and gives the replies it was told to give.
+class RecordingDriver : public SparkleUserDriver, public SparkleUpdaterDelegate {
+public:
+    explicit RecordingDriver(QString feedURL) : feedURL(std::move(feedURL)) {}
+
+    QString feedURLStringForUpdater() override { return feedURL; }
+
+    void showUpdatePermissionRequest(std::function<void(SparklePermissionResponse)>) override {
+        note("P");
+    }
+    void showUserInitiatedUpdateCheck(Action cancellation) override {
+        note("C");
+        if (cancelsTheCheck) {
+            QTimer::singleShot(0, cancellation);
+        }
+    }
+    void showUpdateFound(const SparkleAppcastItem&, SparkleUserUpdateState state,
+                         std::function<void(SparkleUpdateChoice)> reply) override {
+        note(state.userInitiated ? "F" : "F(scheduled)");
+        QTimer::singleShot(0, [reply, choice = foundChoice] { reply(choice); });
+    }
+    void showUpdateReleaseNotes(const QByteArray&) override { note("RN"); }
+    void showUpdateReleaseNotesFailedToDownload(const SparkleFrameworkError&) override {
+        note("RN");
+    }
+    void showUpdateNotFound(const SparkleFrameworkError& error, Action acknowledgement) override {
+        note("NF");
+        notFoundCode = error.code();
+        acknowledgement();
+    }
+    void showUpdaterError(const SparkleFrameworkError& error, Action acknowledgement) override {
+        note("E");
+        errorCode = error.code();
+        acknowledgement();
+    }
+    void showDownloadInitiated(Action) override { note("D0"); }
+    void showDownloadDidReceiveExpectedContentLength(std::uint64_t) override { note("D1"); }
+    void showDownloadDidReceiveDataOfLength(std::uint64_t length) override {
+        note("D2");
+        received += length;
+    }
+    void showDownloadDidStartExtractingUpdate() override { note("X0"); }
+    void showExtractionReceivedProgress(double) override { note("X1"); }
+    void showReadyToInstallAndRelaunch(std::function<void(SparkleUpdateChoice)> reply) override {
+        note("R");
+        QTimer::singleShot(0, [reply, choice = readyChoice] { reply(choice); });
+    }
+    void showInstallingUpdate(bool, Action) override { note("I"); }
+    void showUpdateInstalledAndRelaunched(bool, Action acknowledgement) override {
+        note("OK");
+        acknowledgement();
+    }
+    void showUpdateInFocus() override { note("Fo"); }
+    void dismissUserInitiatedUpdateCheck() override {}
+    void showSendingTerminationSignal() override {}
+    void dismissUpdateInstallation() override { note("Z"); }
+
+    // Runs a user-initiated session to its end.
+    void runSession(AppcastUpdaterFactory& engine, const QString& bundlePath) {
+        const std::unique_ptr<SparkleUpdater> updater =
+            engine.createUpdater(bundlePath, bundlePath, *this, *this);
+        ASSERT_FALSE(updater->startUpdater());
+        updater->checkForUpdates();
+        for (int turn = 0; turn < 1000 && !sequence.endsWith(QStringLiteral("Z")); ++turn) {
+            QTest::qWait(20);
+        }
+        ASSERT_TRUE(sequence.endsWith(QStringLiteral("Z")))
+            << sequence.join(QLatin1Char(' ')).toStdString();
+    }
+
+    SparkleUpdateChoice foundChoice = SparkleUpdateChoice::install;
+    SparkleUpdateChoice readyChoice = SparkleUpdateChoice::install;
+    bool cancelsTheCheck = false;
+    QStringList sequence;
+    std::optional<int> notFoundCode;
+    std::optional<int> errorCode;
+    std::uint64_t received = 0;
+
+private:
+    void note(const char* callback) {
+        const QString name = QString::fromLatin1(callback);
+        if (sequence.isEmpty() || sequence.last() != name) {
+            sequence.append(name);
+        }
+    }
+
+    QString feedURL;
+};
+
+QStringList callbacks(const char* names) {
+    return QString::fromLatin1(names).split(QLatin1Char(' '));
+}
+
+TEST_F(AppcastUpdaterTest, AnInstalledUpdateGoesThroughEveryCallbackInOrder) {
+    publish(QStringLiteral("200"), key);
+    RecordingDriver driver(application().sparkleInfo->feedURL);
+
+    driver.runSession(engine(), installed());
+
+    EXPECT_EQ(driver.sequence, callbacks("C F D0 D1 D2 X0 X1 R I OK Z"));
+    EXPECT_EQ(driver.received, QFileInfo(https.path(QStringLiteral("www/Foo-200.zip"))).size());
+    EXPECT_EQ(installedVersion(), QStringLiteral("200"));
+}
+
+TEST_F(AppcastUpdaterTest, ACheckWithNothingNewReportsNotFoundAndEnds) {
+    publish(QStringLiteral("100"), key);
+    RecordingDriver driver(application().sparkleInfo->feedURL);
+
+    driver.runSession(engine(), installed());
+
+    EXPECT_EQ(driver.sequence, callbacks("C NF Z"));
+    EXPECT_EQ(driver.notFoundCode, 1001);
+    expectInstalledUntouched();
+}
+
+TEST_F(AppcastUpdaterTest, SkippingOrDismissingTheFoundUpdateEndsTheSession) {
+    for (const SparkleUpdateChoice choice :
+         {SparkleUpdateChoice::skip, SparkleUpdateChoice::dismiss}) {
+        publish(QStringLiteral("200"), key);
+        RecordingDriver driver(application().sparkleInfo->feedURL);
+        driver.foundChoice = choice;
+
+        driver.runSession(engine(), installed());
+
+        EXPECT_EQ(driver.sequence, callbacks("C F Z")) << static_cast<int>(choice);
+        expectInstalledUntouched();
+    }
+}
+
+TEST_F(AppcastUpdaterTest, SkippingWhenReadyToInstallCancelsTheInstall) {
+    publish(QStringLiteral("200"), key);
+    RecordingDriver driver(application().sparkleInfo->feedURL);
+    driver.readyChoice = SparkleUpdateChoice::skip;
+
+    driver.runSession(engine(), installed());
+
+    EXPECT_EQ(driver.sequence, callbacks("C F D0 D1 D2 X0 X1 R Z"));
+    expectInstalledUntouched();
+}
+
+TEST_F(AppcastUpdaterTest, ACancelledCheckEndsSilently) {
+    publish(QStringLiteral("200"), key);
+    RecordingDriver driver(application().sparkleInfo->feedURL);
+    driver.cancelsTheCheck = true;
+
+    driver.runSession(engine(), installed());
+
+    EXPECT_EQ(driver.sequence, callbacks("C Z"));
+    expectInstalledUntouched();
+}
+
+TEST_F(AppcastUpdaterTest, AFailedInstallReportsTheErrorBeforeItEnds) {
+    publish(QStringLiteral("200"), SigningKey());
+    RecordingDriver driver(application().sparkleInfo->feedURL);
+
+    driver.runSession(engine(), installed());
+
+    ASSERT_GE(driver.sequence.size(), 3);
+    EXPECT_EQ(driver.sequence.mid(0, 2), callbacks("C F"));
+    EXPECT_EQ(driver.sequence.mid(driver.sequence.size() - 2), callbacks("E Z"));
+    EXPECT_EQ(driver.errorCode, static_cast<int>(UpdaterError::Code::validation));
     expectInstalledUntouched();
 }
 
