@@ -24,10 +24,17 @@
 #include <QTimer>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 using namespace tarnel;
 
 namespace {
+
+// A file replaced by a new one gets another inode; one left alone keeps it.
+ino_t inodeOf(const QString& path) {
+    struct stat status {};
+    return stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_ino : 0;
+}
 
 // The update stages at which a test cancels the install.
 enum class CancelPoint { initializing, downloading, extracting, installing };
@@ -184,6 +191,30 @@ TEST_F(AppcastUpdaterTest, ACheckRemembersItsSkipAnswerInOurOwnDataFolder) {
     QFile plist(installed() + QStringLiteral("/Contents/Info.plist"));
     ASSERT_TRUE(plist.open(QIODevice::ReadOnly));
     EXPECT_EQ(plist.readAll(), infoPlist);
+}
+
+TEST_F(AppcastUpdaterTest, ARepeatedCheckLeavesAnUnchangedSkipAnswerAsItWas) {
+    publish(QStringLiteral("200"), key);
+    await(service().checkForUpdate(application()));
+    const QString answer = data() + QStringLiteral("/update-feeds/org.example.foo.json");
+    const ino_t written = inodeOf(answer);
+    ASSERT_NE(written, 0U);
+
+    await(service().checkForUpdate(application()));
+
+    EXPECT_EQ(inodeOf(answer), written);
+}
+
+TEST_F(AppcastUpdaterTest, ACheckOfANewerReleaseReplacesTheSkipAnswer) {
+    publish(QStringLiteral("200"), key);
+    await(service().checkForUpdate(application()));
+    publish(QStringLiteral("300"), key);
+
+    await(service().checkForUpdate(application()));
+
+    QFile answer(data() + QStringLiteral("/update-feeds/org.example.foo.json"));
+    ASSERT_TRUE(answer.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(answer.readAll().contains("\"skippedVersion\":\"300\""));
 }
 
 TEST_F(AppcastUpdaterTest, ACheckOfAFeedWhoseNewestIsOlderFindsNothing) {

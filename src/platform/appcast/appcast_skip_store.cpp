@@ -2,6 +2,7 @@
 
 #include "platform/appcast/appcast_item.h"
 #include "platform/appcast/appcast_item_state.h"
+#include "platform/plain_file_reader.h"
 
 #include <QDir>
 #include <QJsonDocument>
@@ -10,6 +11,7 @@
 #include <QUrl>
 
 #include <stdexcept>
+#include <variant>
 
 namespace tarnel {
 
@@ -31,12 +33,20 @@ void AppcastSkipStore::recordSkip(const QString& bundleIdentifier, const Appcast
     } else {
         answer.insert(QStringLiteral("skippedVersion"), item.versionString);
     }
+    const QByteArray bytes = QJsonDocument(answer).toJson(QJsonDocument::Compact);
+    const QString path = fileFor(bundleIdentifier);
+    // Every check of an application answers again, mostly as before; a
+    // rewrite would wait on the disk each time for nothing.
+    const auto stored = readPlainFile(path, bytes.size());
+    if (const auto* storedBytes = std::get_if<QByteArray>(&stored);
+        storedBytes && *storedBytes == bytes) {
+        return;
+    }
     if (!QDir().mkpath(folder)) {
         throw std::runtime_error("The update data folder cannot be made");
     }
-    QSaveFile file(fileFor(bundleIdentifier));
-    if (!file.open(QIODevice::WriteOnly) ||
-        file.write(QJsonDocument(answer).toJson(QJsonDocument::Compact)) < 0 || !file.commit()) {
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) < 0 || !file.commit()) {
         throw std::runtime_error("The skipped version cannot be saved");
     }
 }

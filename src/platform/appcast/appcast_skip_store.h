@@ -14,7 +14,8 @@ class AppcastSkipStore {
 public:
     explicit AppcastSkipStore(QString dataDirectory);
 
-    // Throws std::runtime_error when the answer cannot be written.
+    // An answer equal to the stored one leaves the file alone. Throws
+    // std::runtime_error when the answer cannot be written.
     void recordSkip(const QString& bundleIdentifier, const AppcastItem& item,
                     const AppcastItemState& state) const;
 
