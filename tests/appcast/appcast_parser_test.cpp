@@ -316,3 +316,57 @@ TEST(AppcastParser, RejectsXmlThatIsNotWellFormedQuotingLineAndColumn) {
             "</item>")),
         u"line 5, column "));
 }
+
+namespace {
+
+// A feed of one item titled "Café", in text yet to be encoded.
+QString cafeFeed(const char* declaration) {
+    return QString::fromLatin1(declaration) +
+           QStringLiteral(
+               "<rss version=\"2.0\" "
+               "xmlns:sparkle=\"http://www.andymatuschak.org/xml-namespaces/sparkle\">"
+               "<channel><item><title>Caf\u00e9</title>"
+               "<sparkle:version>2</sparkle:version><link>https://example.org/</link>"
+               "</item></channel></rss>");
+}
+
+QString onlyTitle(const QByteArray& bytes) {
+    const Appcast appcast = parseTestFeed(bytes);
+    EXPECT_EQ(appcast.items.size(), 1);
+    return appcast.items.value(0).title;
+}
+
+}  // namespace
+
+TEST(AppcastParser, ReadsAFeedInTheEncodingItDeclares) {
+    const QByteArray latin1 =
+        cafeFeed("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>").toLatin1();
+    ASSERT_TRUE(latin1.contains('\xE9'));
+    EXPECT_EQ(onlyTitle(latin1), QStringLiteral("Caf\u00e9"));
+    // Bytes that would also be valid UTF-8 are still read as declared.
+    const QByteArray utf8Bytes =
+        cafeFeed("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>").toUtf8();
+    EXPECT_EQ(onlyTitle(utf8Bytes), QStringLiteral("Caf\u00c3\u00a9"));
+}
+
+TEST(AppcastParser, ReadsAUtf8FeedWithOrWithoutAMark) {
+    const QByteArray feed = cafeFeed("<?xml version='1.0' encoding='UTF-8'?>").toUtf8();
+    EXPECT_EQ(onlyTitle(feed), QStringLiteral("Caf\u00e9"));
+    EXPECT_EQ(onlyTitle("\xEF\xBB\xBF" + feed), QStringLiteral("Caf\u00e9"));
+}
+
+TEST(AppcastParser, ReadsAUtf16FeedWithOrWithoutAMark) {
+    QByteArray bytes;
+    for (const QChar character : cafeFeed("<?xml version=\"1.0\" encoding=\"UTF-16\"?>")) {
+        bytes.append(static_cast<char>(character.unicode() & 0xFF));
+        bytes.append(static_cast<char>(character.unicode() >> 8));
+    }
+    EXPECT_EQ(onlyTitle(QByteArray("\xFF\xFE", 2) + bytes), QStringLiteral("Caf\u00e9"));
+    EXPECT_EQ(onlyTitle(bytes), QStringLiteral("Caf\u00e9"));
+}
+
+TEST(AppcastParser, RejectsAFeedThatIsNotTheUtf8ItDeclares) {
+    const QByteArray feed = cafeFeed("<?xml version=\"1.0\" encoding=\"utf-8\"?>").toLatin1();
+    ASSERT_TRUE(feed.contains('\xE9'));
+    EXPECT_TRUE(rejectsFeed(feed));
+}

@@ -1,5 +1,6 @@
 #include "platform/appcast/appcast_xml_reader.h"
 
+#include "core/strict_utf8.h"
 #include "platform/appcast/updater_error.h"
 
 #include <QXmlStreamReader>
@@ -38,14 +39,34 @@ FeedNode startNode(const QXmlStreamReader& reader, QString name) {
     return node;
 }
 
-}  // namespace
-
-QList<FeedNode> readAppcastItemNodes(const QByteArray& bytes) {
-    if (bytes.size() > maximumAppcastSize) {
-        throw UpdaterError::appcastParse(
-            QStringLiteral("the feed is larger than %1 bytes").arg(maximumAppcastSize));
+// Whether the document starts as UTF-8 text and names no other encoding in
+// its declaration.
+bool declaresUtf8(QByteArrayView bytes) {
+    if (bytes.startsWith("\xEF\xBB\xBF")) {
+        bytes = bytes.sliced(3);
     }
-    QXmlStreamReader reader(bytes);
+    // A NUL among the first bytes is UTF-16 or UTF-32 without a mark.
+    if (bytes.size() < 2 || bytes[0] != '<' || bytes[1] == '\0') {
+        return false;
+    }
+    if (!bytes.startsWith("<?xml")) {
+        return true;
+    }
+    const qsizetype end = bytes.first(qMin<qsizetype>(bytes.size(), 256)).indexOf("?>");
+    if (end < 0) {
+        return false;
+    }
+    const QByteArray declaration = bytes.first(end).toByteArray().simplified().replace(' ', "");
+    const qsizetype encoding = declaration.indexOf("encoding=");
+    if (encoding < 0) {
+        return true;
+    }
+    const QByteArray name = declaration.mid(encoding + 9, 7).toLower();
+    return name == "\"utf-8\"" || name == "'utf-8'" || name.startsWith("\"utf8\"") ||
+           name.startsWith("'utf8'");
+}
+
+QList<FeedNode> readItemNodes(QXmlStreamReader& reader) {
     QList<FeedNode> items;
     QStringList path;
     // The item being read, then its open descendants.
@@ -102,6 +123,27 @@ QList<FeedNode> readAppcastItemNodes(const QByteArray& bytes) {
                                              .arg(reader.errorString()));
     }
     return items;
+}
+
+}  // namespace
+
+QList<FeedNode> readAppcastItemNodes(const QByteArray& bytes) {
+    if (bytes.size() > maximumAppcastSize) {
+        throw UpdaterError::appcastParse(
+            QStringLiteral("the feed is larger than %1 bytes").arg(maximumAppcastSize));
+    }
+    // The reader reads text a third faster than bytes it decodes itself, so
+    // a feed that is valid UTF-8 and says so comes as text. Any other keeps
+    // the reader's own decoding, and its errors.
+    if (declaresUtf8(bytes)) {
+        const QString text = decodeStrictUtf8(bytes);
+        if (!text.isNull()) {
+            QXmlStreamReader reader(text);
+            return readItemNodes(reader);
+        }
+    }
+    QXmlStreamReader reader(bytes);
+    return readItemNodes(reader);
 }
 
 }  // namespace tarnel
