@@ -21,6 +21,7 @@
 #include <QDir>
 #include <QFile>
 #include <QTest>
+#include <QThreadPool>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -122,6 +123,9 @@ protected:
         https.server.setRoute(QStringLiteral("/appcast.xml"), route);
     }
 
+    // A check returns before its skip answer is on the disk.
+    static void waitForKeptAnswers() { QThreadPool::globalInstance()->waitForDone(); }
+
     ProgressHandler recorder() {
         return [this](UpdateState state) -> QCoro::Task<> {
             states.append(state);
@@ -184,6 +188,7 @@ TEST_F(AppcastUpdaterTest, ACheckRemembersItsSkipAnswerInOurOwnDataFolder) {
     }();
 
     await(service().checkForUpdate(application()));
+    waitForKeptAnswers();
 
     QFile answer(data() + QStringLiteral("/update-feeds/org.example.foo.json"));
     ASSERT_TRUE(answer.open(QIODevice::ReadOnly));
@@ -196,11 +201,13 @@ TEST_F(AppcastUpdaterTest, ACheckRemembersItsSkipAnswerInOurOwnDataFolder) {
 TEST_F(AppcastUpdaterTest, ARepeatedCheckLeavesAnUnchangedSkipAnswerAsItWas) {
     publish(QStringLiteral("200"), key);
     await(service().checkForUpdate(application()));
+    waitForKeptAnswers();
     const QString answer = data() + QStringLiteral("/update-feeds/org.example.foo.json");
     const ino_t written = inodeOf(answer);
     ASSERT_NE(written, 0U);
 
     await(service().checkForUpdate(application()));
+    waitForKeptAnswers();
 
     EXPECT_EQ(inodeOf(answer), written);
 }
@@ -208,9 +215,11 @@ TEST_F(AppcastUpdaterTest, ARepeatedCheckLeavesAnUnchangedSkipAnswerAsItWas) {
 TEST_F(AppcastUpdaterTest, ACheckOfANewerReleaseReplacesTheSkipAnswer) {
     publish(QStringLiteral("200"), key);
     await(service().checkForUpdate(application()));
+    waitForKeptAnswers();
     publish(QStringLiteral("300"), key);
 
     await(service().checkForUpdate(application()));
+    waitForKeptAnswers();
 
     QFile answer(data() + QStringLiteral("/update-feeds/org.example.foo.json"));
     ASSERT_TRUE(answer.open(QIODevice::ReadOnly));

@@ -165,26 +165,26 @@ QCoro::Task<> AppcastUpdateSession::checkAndInstall() {
 QCoro::Task<SparkleUpdateChoice> AppcastUpdateSession::askAboutUpdate(
     const AppcastItem& item, const AppcastItemState& state) {
     const SparkleAppcastItem offered = driverItem(item);
-    const AppcastSkipStore skips(settings.dataDirectory);
-    const QString identifier = host.identifier;
-    co_return co_await suspendUntilResumed<SparkleUpdateChoice>(
+    const SparkleUpdateChoice choice = co_await suspendUntilResumed<SparkleUpdateChoice>(
         [&](ContinuationResumer<SparkleUpdateChoice> resumer) {
             driver.showUpdateFound(
                 offered, {SparkleUpdateStage::notDownloaded, true},
-                [resumer, skips, identifier, item, state](SparkleUpdateChoice choice) {
-                    if (choice == SparkleUpdateChoice::skip) {
-                        // Recorded at once: the driver may end the session
-                        // before this coroutine runs again.
-                        try {
-                            skips.recordSkip(identifier, item, state);
-                        } catch (const std::exception&) {
-                            // A skip that cannot be kept only means the item
-                            // is offered again, which user checks do anyway.
-                        }
-                    }
-                    resumer.resume(choice);
-                });
+                [resumer](SparkleUpdateChoice choice) { resumer.resume(choice); });
         });
+    if (choice == SparkleUpdateChoice::skip) {
+        // Kept even when the driver has ended the session meanwhile, and off
+        // the main thread, since it waits on the disk.
+        co_await runOnWorkerPool([skips = AppcastSkipStore(settings.dataDirectory),
+                                  identifier = host.identifier, item, state] {
+            try {
+                skips.recordSkip(identifier, item, state);
+            } catch (const std::exception&) {
+                // A skip that cannot be kept only means the item is offered
+                // again, which user checks do anyway.
+            }
+        });
+    }
+    co_return choice;
 }
 
 QCoro::Task<SparkleUpdateChoice> AppcastUpdateSession::askToInstall() {
