@@ -105,3 +105,29 @@ TEST(AppcastHostileFeed, RefusesTooManyItems) {
 TEST(AppcastHostileFeed, RefusesTextBeforeTheDeclaration) {
     EXPECT_TRUE(rejectsFeed(" " + feedWithItems(QString::fromUtf8(goodItem))));
 }
+
+TEST(AppcastHostileFeed, CutsALongTitleShortInTheItemsWarnings) {
+    const QString title(100'000, u't');
+    const Appcast appcast = parseTestFeed(feedWithItems(QStringLiteral(R"(<item>
+  <title>%1</title>
+  <sparkle:channel>beta 2</sparkle:channel>
+  <enclosure url="https://dl.example.org/Editor.zip" sparkle:version="2"/>
+</item>)")
+                                                            .arg(title)));
+    ASSERT_EQ(appcast.warnings.size(), 1);
+    EXPECT_LT(appcast.warnings[0].size(), 200) << appcast.warnings[0].toStdString();
+    EXPECT_TRUE(appcast.warnings[0].contains(title.first(40)));
+}
+
+TEST(AppcastHostileFeed, WarnsOnceForEachOfManyElementsGivenTwiceWithoutALanguage) {
+    QString copies;
+    qsizetype names = 0;
+    while (copies.size() < maximumAppcastSize - 1024) {
+        copies += QStringLiteral("<a%1/><a%1/>").arg(++names);
+    }
+    const Appcast appcast = parseTestFeed(feedWithItems(QStringLiteral(R"(<item>%1
+  <enclosure url="https://dl.example.org/Editor.zip" sparkle:version="2"/>
+</item>)")
+                                                            .arg(copies)));
+    EXPECT_EQ(appcast.warnings.size(), names);
+}

@@ -4,6 +4,7 @@
 #include "platform/appcast/updater_error.h"
 
 #include <QHash>
+#include <QSet>
 
 #include <algorithm>
 
@@ -72,6 +73,20 @@ QString versionFromFileName(const QUrl& url) {
     return version;
 }
 
+// Every warning of an item repeats its label, so the title in it is cut
+// short; otherwise a long title and many warnings multiply. The cut never
+// splits a surrogate pair.
+QString shortTitle(const QString& title) {
+    qsizetype length = 80;
+    if (title.size() <= length) {
+        return title;
+    }
+    if (title[length - 1].isHighSurrogate()) {
+        --length;
+    }
+    return title.first(length) + u'\u2026';
+}
+
 class ItemReader {
 public:
     ItemReader(const FeedNode& item, qsizetype itemNumber, const QUrl& feedURL,
@@ -80,7 +95,7 @@ public:
         const QStringList unmarkedCopies = chooseCopies(item, preferredLanguages);
         label = QStringLiteral("item %1").arg(itemNumber);
         if (const QString title = text(u"title"); !title.isEmpty()) {
-            label += QStringLiteral(" (\u201c%1\u201d)").arg(title);
+            label += QStringLiteral(" (\u201c%1\u201d)").arg(shortTitle(title));
         }
         for (const QString& name : unmarkedCopies) {
             warnings.append(QStringLiteral("%1: a copy of %2 without xml:lang counts as English")
@@ -122,6 +137,8 @@ private:
     // include one without a language.
     QStringList chooseCopies(const FeedNode& item, const QStringList& preferredLanguages) {
         QStringList unmarkedCopies;
+        // Looked up in a set: an item may hold hundreds of thousands of names.
+        QSet<QString> unmarkedNames;
         for (const FeedNode& child : item.children) {
             const FeedNode*& chosen = copies[child.name];
             if (!chosen) {
@@ -129,7 +146,8 @@ private:
                 continue;
             }
             if ((!child.attribute(u"xml:lang") || !chosen->attribute(u"xml:lang")) &&
-                !unmarkedCopies.contains(child.name)) {
+                !unmarkedNames.contains(child.name)) {
+                unmarkedNames.insert(child.name);
                 unmarkedCopies.append(child.name);
             }
             const qsizetype rank = languageRank(child, preferredLanguages);

@@ -55,6 +55,25 @@ QByteArray nestedBinaryArrays(quint32 depth) {
     return bytes;
 }
 
+// A feed of one item, with the Sparkle namespace bound and the item's
+// download given.
+QByteArray appcastFeed(const QByteArray& itemBody) {
+    return "<?xml version=\"1.0\"?>\n<rss version=\"2.0\" "
+           "xmlns:sparkle=\"http://www.andymatuschak.org/xml-namespaces/sparkle\"><channel>"
+           "<item><enclosure url=\"https://example.com/App.zip\" sparkle:version=\"2\"/>" +
+           itemBody + "</item></channel></rss>";
+}
+
+// Each of `count` elements given twice, none with a language, as "<a1/><a1/>".
+QByteArray elementsGivenTwice(qsizetype count) {
+    QByteArray elements;
+    for (qsizetype index = 1; index <= count; ++index) {
+        const QByteArray element = "<a" + QByteArray::number(index) + "/>";
+        elements += element + element;
+    }
+    return elements;
+}
+
 }  // namespace
 
 TEST_F(GeneratedReproducer, XMLPropertyListNested200000DeepIsReadWithoutCrashing) {
@@ -99,4 +118,16 @@ TEST_F(GeneratedReproducer, VersionTextsOfManyCombiningMarksCompareInLinearTime)
     constexpr qsizetype marks = 131'072;
     const QByteArray text = "a" + QByteArray("\xCC\x81\xCC\x96").repeated(marks);
     fuzzHarness(QStringLiteral("version_rules")).run(text + "\n" + text);
+}
+
+TEST_F(GeneratedReproducer, AppcastItemOfManyElementsGivenTwiceIsReadInLinearTime) {
+    // As many as the feed's size cap allows.
+    fuzzHarness(QStringLiteral("appcast_feed")).run(appcastFeed(elementsGivenTwice(400'000)));
+}
+
+TEST_F(GeneratedReproducer, AppcastWarningsOfAnItemWithALongTitleStayWithinMemory) {
+    // Each element given twice is a warning that names the item by its title.
+    fuzzHarness(QStringLiteral("appcast_feed"))
+        .run(appcastFeed("<title>" + QByteArray(1'000'000, 't') + "</title>" +
+                         elementsGivenTwice(20'000)));
 }
