@@ -56,10 +56,10 @@ std::optional<QString> bundleLocalizedName(const QString& bundlePath,
              O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (resources.isValid()) {
         for (const QString& folder : resourceFolderNames(preferredLanguages)) {
-            const auto strings = readPlainFileAt(
-                resources.get(),
-                encodeFileName(folder + QStringLiteral(".lproj/InfoPlist.strings")),
-                PropertyListLimits::maximumSize);
+            const auto strings =
+                readPlainFileAt(resources.get(),
+                                encodeFileName(folder + QStringLiteral(".lproj/InfoPlist.strings")),
+                                PropertyListLimits::maximumSize);
             const auto* bytes = std::get_if<QByteArray>(&strings);
             const auto name = bytes ? declaredName(*bytes) : std::nullopt;
             if (name) {
