@@ -91,14 +91,14 @@ protected:
 
     // Publishes version `version` of the bundle as a zip signed by `signer`,
     // in a feed at /appcast.xml whose enclosure is relative.
-    void publish(const QString& version, const SigningKey& signer, BundleSpec spec = {}) {
-        spec.version = version;
-        if (!spec.publicEdKey) {
-            spec.publicEdKey = key.publicKey();
+    void publish(const QString& version, const SigningKey& signer, BundleContents contents = {}) {
+        contents.version = version;
+        if (!contents.publicEdKey) {
+            contents.publicEdKey = key.publicKey();
         }
         const QString vendor = https.path(QStringLiteral("vendor/Foo.app"));
         QDir(vendor).removeRecursively();
-        writeBundle(vendor, spec);
+        writeBundle(vendor, contents);
         const QString archive = https.path(QStringLiteral("www/Foo-%1.zip").arg(version));
         QDir().mkpath(QFileInfo(archive).path());
         ArchiveBuilder().tree(vendor, "Foo.app").writeZip(archive);

@@ -84,21 +84,21 @@ QString SigningKey::signFile(const QString& path) const {
     return base64(signature);
 }
 
-QByteArray infoPlistOf(const BundleSpec& spec) {
+QByteArray infoPlistOf(const BundleContents& contents) {
     QByteArray keys;
     const auto add = [&keys](const char* key, const QString& value) {
         keys += "  <key>" + QByteArray(key) + "</key>\n  <string>" + value.toUtf8() + "</string>\n";
     };
-    add("CFBundleIdentifier", spec.identifier);
-    add("CFBundleVersion", spec.version);
-    add("CFBundleShortVersionString", spec.version);
-    add("CFBundleName", spec.name);
+    add("CFBundleIdentifier", contents.identifier);
+    add("CFBundleVersion", contents.version);
+    add("CFBundleShortVersionString", contents.version);
+    add("CFBundleName", contents.name);
     add("SUFeedURL", QStringLiteral("https://updates.example.org/appcast.xml"));
-    if (spec.publicEdKey) {
-        add("SUPublicEDKey", *spec.publicEdKey);
+    if (contents.publicEdKey) {
+        add("SUPublicEDKey", *contents.publicEdKey);
     }
-    if (spec.publicDsaKey) {
-        add("SUPublicDSAKey", *spec.publicDsaKey);
+    if (contents.publicDsaKey) {
+        add("SUPublicDSAKey", *contents.publicDsaKey);
     }
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
            "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
@@ -107,14 +107,14 @@ QByteArray infoPlistOf(const BundleSpec& spec) {
            keys + "</dict>\n</plist>\n";
 }
 
-QString writeBundle(const QString& path, const BundleSpec& spec) {
-    writeTestFile(path + QStringLiteral("/Contents/Info.plist"), infoPlistOf(spec));
-    writeTestFile(path + QStringLiteral("/Contents/MacOS/") + spec.name,
-                  "executable " + spec.version.toUtf8(), 0755);
+QString writeBundle(const QString& path, const BundleContents& contents) {
+    writeTestFile(path + QStringLiteral("/Contents/Info.plist"), infoPlistOf(contents));
+    writeTestFile(path + QStringLiteral("/Contents/MacOS/") + contents.name,
+                  "executable " + contents.version.toUtf8(), 0755);
     writeTestFile(path + QStringLiteral("/Contents/Resources/notes.txt"),
-                  "notes of " + spec.version.toUtf8());
+                  "notes of " + contents.version.toUtf8());
     const QString framework = path + QStringLiteral("/Contents/Frameworks/Kit.framework");
-    writeTestFile(framework + QStringLiteral("/Versions/A/Kit"), "kit " + spec.version.toUtf8(),
+    writeTestFile(framework + QStringLiteral("/Versions/A/Kit"), "kit " + contents.version.toUtf8(),
                   0755);
     QFile::link(QStringLiteral("A"), framework + QStringLiteral("/Versions/Current"));
     QFile::link(QStringLiteral("Versions/Current/Kit"), framework + QStringLiteral("/Kit"));
@@ -213,39 +213,39 @@ void ArchiveBuilder::writeTar(const QString& path, Compression compression) cons
 
 void ArchiveBuilder::write(struct archive* writer, const QString& path) const {
     check(archive_write_open_filename(writer, QFile::encodeName(path).constData()), writer);
-    for (const Entry& spec : entries) {
+    for (const Entry& item : entries) {
         archive_entry* entry = archive_entry_new();
-        archive_entry_set_pathname(entry, spec.path.constData());
-        archive_entry_set_perm(entry, spec.mode);
+        archive_entry_set_pathname(entry, item.path.constData());
+        archive_entry_set_perm(entry, item.mode);
         archive_entry_set_mtime(entry, 1700000000, 0);
-        switch (spec.type) {
+        switch (item.type) {
             case Entry::Type::file:
             case Entry::Type::zeros:
                 archive_entry_set_filetype(entry, AE_IFREG);
                 archive_entry_set_size(
-                    entry, spec.type == Entry::Type::file ? spec.data.size() : spec.size);
+                    entry, item.type == Entry::Type::file ? item.data.size() : item.size);
                 break;
             case Entry::Type::folder:
                 archive_entry_set_filetype(entry, AE_IFDIR);
                 break;
             case Entry::Type::link:
                 archive_entry_set_filetype(entry, AE_IFLNK);
-                archive_entry_set_symlink(entry, spec.data.constData());
+                archive_entry_set_symlink(entry, item.data.constData());
                 break;
             case Entry::Type::hardLink:
                 archive_entry_set_filetype(entry, AE_IFREG);
-                archive_entry_set_hardlink(entry, spec.data.constData());
+                archive_entry_set_hardlink(entry, item.data.constData());
                 break;
             case Entry::Type::fifo:
                 archive_entry_set_filetype(entry, AE_IFIFO);
                 break;
         }
         check(archive_write_header(writer, entry), writer);
-        if (spec.type == Entry::Type::file) {
-            check(int(archive_write_data(writer, spec.data.constData(), spec.data.size())), writer);
-        } else if (spec.type == Entry::Type::zeros) {
+        if (item.type == Entry::Type::file) {
+            check(int(archive_write_data(writer, item.data.constData(), item.data.size())), writer);
+        } else if (item.type == Entry::Type::zeros) {
             const QByteArray piece(1 << 20, '\0');
-            for (qint64 left = spec.size; left > 0; left -= piece.size()) {
+            for (qint64 left = item.size; left > 0; left -= piece.size()) {
                 check(int(archive_write_data(writer, piece.constData(),
                                              std::min<qint64>(left, piece.size()))),
                       writer);

@@ -26,7 +26,7 @@ private:
 
 // An application bundle as a test lays it out: an Info.plist, an executable,
 // a resource and a framework with its usual links.
-struct BundleSpec {
+struct BundleContents {
     QString identifier = QStringLiteral("org.example.foo");
     QString version = QStringLiteral("100");
     QString name = QStringLiteral("Foo");
@@ -34,8 +34,8 @@ struct BundleSpec {
     std::optional<QString> publicDsaKey;
 };
 // Writes the bundle at `path` and gives `path`.
-QString writeBundle(const QString& path, const BundleSpec& spec);
-QByteArray infoPlistOf(const BundleSpec& spec);
+QString writeBundle(const QString& path, const BundleContents& contents);
+QByteArray infoPlistOf(const BundleContents& contents);
 
 // Builds real zip and tar archives with the archive library's writer.
 class ArchiveBuilder {

@@ -29,24 +29,24 @@ protected:
     QString archive() const { return work() + u'/' + archiveName; }
 
     // A newer bundle with the same key, as the vendor publishes it.
-    BundleSpec updateSpec() const {
+    BundleContents updateContents() const {
         return {.version = QStringLiteral("200"), .publicEdKey = key.publicKey()};
     }
-    QString newBundle() { return newBundle(updateSpec()); }
-    QString newBundle(const BundleSpec& spec) {
+    QString newBundle() { return newBundle(updateContents()); }
+    QString newBundle(const BundleContents& contents) {
         const QString path = folder.filePath(QStringLiteral("vendor/Foo.app"));
         QDir(path).removeRecursively();
-        return writeBundle(path, spec);
+        return writeBundle(path, contents);
     }
 
     void publishZip(const ArchiveBuilder& builder) {
         archiveName = QStringLiteral("Foo-2.0.zip");
         builder.writeZip(archive());
     }
-    void publishZip(const BundleSpec& spec) {
-        publishZip(ArchiveBuilder().tree(newBundle(spec), "Foo.app"));
+    void publishZip(const BundleContents& contents) {
+        publishZip(ArchiveBuilder().tree(newBundle(contents), "Foo.app"));
     }
-    void publishZip() { publishZip(updateSpec()); }
+    void publishZip() { publishZip(updateContents()); }
 
     UpdateInstallRequest request() const {
         return UpdateInstallRequest{.archivePath = archive(),
@@ -175,21 +175,21 @@ TEST_F(UpdateInstallerTest, RefusesArchiveWithoutBundle) {
 }
 
 TEST_F(UpdateInstallerTest, RefusesBundleWithAnotherIdentifier) {
-    BundleSpec impostor = updateSpec();
+    BundleContents impostor = updateContents();
     impostor.identifier = QStringLiteral("org.example.impostor");
     publishZip(impostor);
     refusal(UpdateInstallError::Kind::bundleIdentifierMismatch);
 }
 
 TEST_F(UpdateInstallerTest, RefusesOlderBundle) {
-    BundleSpec older = updateSpec();
+    BundleContents older = updateContents();
     older.version = QStringLiteral("99");
     publishZip(older);
     EXPECT_EQ(refusal(UpdateInstallError::Kind::downgrade).code(), 4006);
 }
 
 TEST_F(UpdateInstallerTest, ReinstallsSameVersion) {
-    BundleSpec same = updateSpec();
+    BundleContents same = updateContents();
     same.version = QStringLiteral("100.0");
     publishZip(same);
     const QStringList published = treeListing(newBundle(same));
@@ -198,7 +198,7 @@ TEST_F(UpdateInstallerTest, ReinstallsSameVersion) {
 }
 
 TEST_F(UpdateInstallerTest, RefusesUpdateThatDropsItsKey) {
-    BundleSpec keyless = updateSpec();
+    BundleContents keyless = updateContents();
     keyless.publicEdKey.reset();
     publishZip(keyless);
     refusal(UpdateInstallError::Kind::updateRemovesKey);
