@@ -1,6 +1,6 @@
 #include "core/records/application.h"
 #include "floor_reporter.h"
-#include "updates/versions/version_rules.h"
+#include "versions/version_rules.h"
 
 #include <benchmark/benchmark.h>
 

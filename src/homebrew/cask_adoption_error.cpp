@@ -1,6 +1,6 @@
 #include "homebrew/cask_adoption_error.h"
 
-#include "updates/versions/version_rules.h"
+#include "versions/version_rules.h"
 
 namespace tarnel {
 

@@ -1,7 +1,7 @@
 #include "homebrew/cask_catalogue_parser.h"
 
 #include "homebrew/cask_error.h"
-#include "homebrew/json_syntax_error.h"
+#include "homebrew/json_fields.h"
 
 #include <QRandomGenerator>
 #include <QUuid>
@@ -23,68 +23,13 @@ using simdjson::dom::object;
 
 using namespace std::string_view_literals;
 
-QString toQString(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-std::optional<std::string_view> stringIn(std::optional<element> value) {
-    std::string_view text;
-    if (value && value->get(text) == simdjson::SUCCESS) {
-        return text;
-    }
-    return std::nullopt;
-}
-
-std::optional<QString> qStringIn(std::optional<element> value) {
-    if (const auto text = stringIn(value)) {
-        return toQString(*text);
-    }
-    return std::nullopt;
+QStringList stringList(std::optional<element> value) {
+    return optionalStringList(value).value_or(QStringList());
 }
 
 bool isTrue(std::optional<element> value) {
     bool flag = false;
     return value && value->get(flag) == simdjson::SUCCESS && flag;
-}
-
-// An array whose every entry has the given type; an empty array qualifies.
-std::optional<array> arrayOf(std::optional<element> value, simdjson::dom::element_type type) {
-    array entries;
-    if (!value || value->get(entries) != simdjson::SUCCESS) {
-        return std::nullopt;
-    }
-    for (const element entry : entries) {
-        if (entry.type() != type) {
-            return std::nullopt;
-        }
-    }
-    return entries;
-}
-
-std::optional<array> arrayOfObjects(std::optional<element> value) {
-    return arrayOf(value, simdjson::dom::element_type::OBJECT);
-}
-
-std::optional<array> arrayOfStrings(std::optional<element> value) {
-    return arrayOf(value, simdjson::dom::element_type::STRING);
-}
-
-QStringList stringList(std::optional<element> value) {
-    QStringList result;
-    if (const auto entries = arrayOfStrings(value)) {
-        for (const element entry : *entries) {
-            result.append(toQString(entry.get_string().value_unsafe()));
-        }
-    }
-    return result;
-}
-
-std::optional<element> field(const object& source, std::string_view key) {
-    element value;
-    if (source.at_key(key).get(value) == simdjson::SUCCESS) {
-        return value;
-    }
-    return std::nullopt;
 }
 
 bool hasKey(const object& source, std::string_view key) {
@@ -331,18 +276,8 @@ std::optional<Cask> parseCask(const object& source, bool includeDeprecated,
 
 QList<Cask> parseCaskCatalogue(const QByteArray& bytes, bool includeDeprecated,
                                const QString& applicationsDirectory) {
-    // A byte order mark is valid before JSON text, but the reader refuses it.
-    const QByteArrayView byteOrderMark("\xEF\xBB\xBF");
-    const QByteArrayView text = bytes.startsWith(byteOrderMark)
-                                    ? QByteArrayView(bytes).sliced(byteOrderMark.size())
-                                    : QByteArrayView(bytes);
-    // The reader scans past the end of its input, so it gets a padded copy.
-    const simdjson::padded_string padded(text.data(), static_cast<size_t>(text.size()));
     simdjson::dom::parser parser;
-    element root;
-    if (const auto error = parser.parse(padded).get(root); error != simdjson::SUCCESS) {
-        throw JSONSyntaxError(QString::fromUtf8(simdjson::error_message(error)));
-    }
+    const element root = parseJsonRoot(bytes, parser);
     array entries;
     if (root.get(entries) != simdjson::SUCCESS) {
         throw CaskError::invalidAPIResponse();

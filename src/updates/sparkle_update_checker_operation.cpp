@@ -2,7 +2,7 @@
 
 #include "updates/sparkle_framework_error.h"
 #include "updates/sparkle_updater_factory.h"
-#include "updates/versions/version_rules.h"
+#include "versions/version_rules.h"
 
 #include <utility>
 

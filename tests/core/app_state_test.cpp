@@ -1,4 +1,4 @@
-#include "core/shell/app_state.h"
+#include "shell/app_state.h"
 #include "core/logger.h"
 #include "core/settings_store.h"
 #include "core/system_clock.h"

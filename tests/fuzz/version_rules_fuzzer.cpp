@@ -1,6 +1,6 @@
 // Two version texts, split at the first newline, through every rule.
 #include "core/records/application.h"
-#include "updates/versions/version_rules.h"
+#include "versions/version_rules.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
-#include "updates/versions/version_rules.h"
+#include "versions/version_rules.h"
 #include "core/records/application.h"
-#include "updates/versions/strict_integer.h"
+#include "versions/strict_integer.h"
 
 #include <gtest/gtest.h>
 

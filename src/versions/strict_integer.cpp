@@ -1,4 +1,4 @@
-#include "updates/versions/strict_integer.h"
+#include "versions/strict_integer.h"
 
 #include <limits>
 

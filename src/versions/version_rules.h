@@ -1,6 +1,6 @@
 #pragma once
 
-#include "updates/versions/parsed_version.h"
+#include "versions/parsed_version.h"
 
 #include <QList>
 #include <QString>

@@ -1,7 +1,7 @@
-#include "updates/versions/version_rules.h"
+#include "versions/version_rules.h"
 
 #include "core/records/application.h"
-#include "updates/versions/strict_integer.h"
+#include "versions/strict_integer.h"
 
 #include <QRegularExpression>
 

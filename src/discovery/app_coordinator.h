@@ -1,0 +1,51 @@
+#pragma once
+
+#include "core/records/application.h"
+#include "discovery/discovery_outcome.h"
+#include "discovery/discovery_service.h"
+
+#include <QList>
+
+#include <chrono>
+
+#include <qcoro/qcorotask.h>
+
+namespace tarnel {
+
+class BrewService;
+class DiscoveryProgress;
+class Logger;
+class UpdateService;
+
+// Strings the long flows together: checks and updates Homebrew, runs a
+// discovery beside an early update search, then the full update search, and
+// remembers the last list. Every update search here runs with the
+// administrator permission. Lives on the main thread.
+class AppCoordinator {
+public:
+    AppCoordinator(DiscoveryService& discoveryService, UpdateService& updateService,
+                   BrewService& brewService, Logger& logger);
+
+    // Refuses to discover when `brew --version` fails, and rethrows that error.
+    QCoro::Task<DiscoveryOutcome> performInitialDiscovery(
+        DiscoveryService::ProgressCallback progress = {});
+    // Rediscovers with every update cache cleared, keeping each application's
+    // identity by its bundle path, and writes its progress to `progress`.
+    QCoro::Task<DiscoveryOutcome> performFullRefresh(DiscoveryProgress& progress);
+    // Never throws; a failure is only logged.
+    QCoro::Task<> updateHomebrewQuietly();
+    // Starts the update search of the list already known after `delay`; its
+    // results stay only in the update caches. Never throws.
+    QCoro::Task<> earlyUpdateCheck(std::chrono::milliseconds delay);
+
+    const QList<Application>& currentApplications() const { return applications; }
+
+private:
+    Logger& logger;
+    DiscoveryService& discoveryService;
+    UpdateService& updateService;
+    BrewService& brewService;
+    QList<Application> applications;
+};
+
+}  // namespace tarnel
