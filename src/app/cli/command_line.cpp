@@ -1,13 +1,12 @@
 #include "app/cli/command_line.h"
 
-#include "app/cli/application_choice.h"
-
+#include "app/console/command_parser.h"
 #include "app/console/standard_output.h"
-#include "core/printable_text.h"
 #include "discovery/applications_folder_reader.h"
 #include "discovery/directory_listing_error.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace tarnel {
 
@@ -15,15 +14,25 @@ QString commandName(const QString& command) {
     return QStringLiteral("tarnel-cli ") + command;
 }
 
-void reportCommandFailure(const QString& command, const QString& problem) {
+void reportCommandFailure(const QString& command, const QString& problem, LineBreaks lineBreaks) {
     // A problem may quote a tool's output or a path from the applications
     // folder, which must not act on the terminal.
     std::fprintf(stderr, "%s: %s\n", commandName(command).toUtf8().constData(),
-                 printableText(problem).toUtf8().constData());
+                 printableText(problem, lineBreaks).toUtf8().constData());
 }
 
 int printCommandResult(const QString& command, const QByteArray& result) {
     return writeStandardOutput(result, commandName(command)) ? 0 : 1;
+}
+
+QString failureDescription(std::exception_ptr failure) {
+    try {
+        std::rethrow_exception(std::move(failure));
+    } catch (const std::exception& error) {
+        return QString::fromUtf8(error.what());
+    } catch (...) {
+        return QStringLiteral("an unknown error");
+    }
 }
 
 QCoro::Task<std::optional<QList<Application>>> readApplicationsForCommand(
@@ -37,21 +46,22 @@ QCoro::Task<std::optional<QList<Application>>> readApplicationsForCommand(
     co_return std::nullopt;
 }
 
-QCoro::Task<std::optional<Application>> chooseApplicationForCommand(QString root,
-                                                                    QStringList preferredLanguages,
-                                                                    Logger& logger, QString command,
-                                                                    QString query) {
-    const auto applications =
-        co_await readApplicationsForCommand(root, preferredLanguages, logger, command);
-    if (!applications) {
-        co_return std::nullopt;
+QCommandLineOption jsonOption() {
+    return QCommandLineOption(QStringLiteral("json"), QStringLiteral("Print JSON."));
+}
+
+QCommandLineOption verboseOption() {
+    return QCommandLineOption(QStringLiteral("verbose"),
+                              QStringLiteral("Print log lines on standard error."));
+}
+
+LogSink logSinkFor(const CommandParser& parser) {
+    if (!parser.isSet(verboseOption())) {
+        return {};
     }
-    auto choice = chooseApplication(*applications, query);
-    if (const auto* problem = std::get_if<QString>(&choice)) {
-        reportCommandFailure(command, *problem);
-        co_return std::nullopt;
-    }
-    co_return std::get<Application>(std::move(choice));
+    return [](LogLevel, const QString& line) {
+        std::fprintf(stderr, "%s\n", line.toUtf8().constData());
+    };
 }
 
 }  // namespace tarnel

@@ -1,8 +1,11 @@
+#include "app/cli/adopt_command.h"
+#include "app/cli/exclusion_command.h"
 #include "app/cli/match_command.h"
 #include "app/cli/scan_bundles_command.h"
 #include "app/cli/scan_command.h"
-#include "app/cli/sparkle_check_command.h"
-#include "app/cli/sparkle_update_command.h"
+#include "app/cli/skip_command.h"
+#include "app/cli/updates_command.h"
+#include "app/cli/upgrade_command.h"
 #include "app/console/command_parser.h"
 #include "app/console/standard_output.h"
 #include "core/printable_text.h"
@@ -21,18 +24,25 @@ const QString program = QStringLiteral("tarnel-cli");
 
 const QString description = QStringLiteral(
     "Commands:\n"
-    "  scan            Discovers every application and prints what Tarnel makes of it.\n"
-    "  scan-bundles    Lists the application bundles and what each declares.\n"
-    "  match           Matches the bundles against the cask catalogue.\n"
-    "  sparkle-check   Asks an application's own update feed for a newer version.\n"
-    "  sparkle-update  Installs the update of an application's own feed in place.\n"
+    "  scan          Discovers every application and prints what Tarnel makes of it.\n"
+    "  updates       Prints the updates pending from Homebrew, Sparkle and the Mac App Store.\n"
+    "  upgrade       Installs one pending update of an application.\n"
+    "  adopt         Brings an application under Homebrew without reinstalling it.\n"
+    "  exclude       Leaves an application out of management.\n"
+    "  include       Brings an excluded application back.\n"
+    "  skip          Skips the version of an application's pending update.\n"
+    "  scan-bundles  Lists the application bundles and what each declares.\n"
+    "  match         Matches the bundles against the cask catalogue.\n"
     "\n"
     "'tarnel-cli COMMAND --help' tells what each command takes.");
 
-// The commands that reach the sandbox's server.
+// The commands that reach the sandbox's server: every one that discovers.
 bool needsServedSandbox(const QString& command) {
-    return command == QLatin1String("scan") || command == QLatin1String("sparkle-check") ||
-           command == QLatin1String("sparkle-update");
+    static const QStringList discovering{
+        QStringLiteral("scan"),  QStringLiteral("updates"), QStringLiteral("upgrade"),
+        QStringLiteral("adopt"), QStringLiteral("skip"),
+    };
+    return discovering.contains(command);
 }
 
 QCoro::Task<int> runCommand(QStringList arguments) {
@@ -74,11 +84,20 @@ QCoro::Task<int> runCommand(QStringList arguments) {
     if (command == QLatin1String("scan-bundles")) {
         co_return co_await tarnel::runScanBundlesCommand(commandArguments, layout);
     }
-    if (command == QLatin1String("sparkle-check")) {
-        co_return co_await tarnel::runSparkleCheckCommand(commandArguments, layout);
+    if (command == QLatin1String("updates")) {
+        co_return co_await tarnel::runUpdatesCommand(commandArguments, layout);
     }
-    if (command == QLatin1String("sparkle-update")) {
-        co_return co_await tarnel::runSparkleUpdateCommand(commandArguments, layout);
+    if (command == QLatin1String("upgrade")) {
+        co_return co_await tarnel::runUpgradeCommand(commandArguments, layout);
+    }
+    if (command == QLatin1String("adopt")) {
+        co_return co_await tarnel::runAdoptCommand(commandArguments, layout);
+    }
+    if (command == QLatin1String("exclude") || command == QLatin1String("include")) {
+        co_return co_await tarnel::runExclusionCommand(commandArguments, layout);
+    }
+    if (command == QLatin1String("skip")) {
+        co_return co_await tarnel::runSkipCommand(commandArguments, layout);
     }
     if (command == QLatin1String("match")) {
         co_return co_await tarnel::runMatchCommand(commandArguments, layout);

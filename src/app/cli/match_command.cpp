@@ -3,14 +3,12 @@
 #include "app/cli/application_json.h"
 #include "app/cli/application_table.h"
 #include "app/cli/command_line.h"
+#include "app/cli/command_session.h"
 #include "app/console/command_parser.h"
 #include "core/async/task_group.h"
 #include "core/async/worker_pool.h"
 #include "core/logger.h"
-#include "core/settings_store.h"
-#include "core/system_clock.h"
 #include "core/system_layout.h"
-#include "homebrew/askpass_service.h"
 #include "homebrew/brew_error.h"
 #include "homebrew/brew_service.h"
 #include "homebrew/cask_catalogue_parser.h"
@@ -19,7 +17,6 @@
 #include "homebrew/cask_locations.h"
 #include "homebrew/cask_matcher.h"
 #include "homebrew/json_syntax_error.h"
-#include "platform/https_client.h"
 #include "platform/https_error.h"
 
 #include <QFile>
@@ -53,10 +50,10 @@ CatalogueFile readCatalogueFile(const QString& path) {
     return {std::move(bytes), std::nullopt};
 }
 
-// The catalogue's body, from `file` when given and else from the endpoint of
-// `layout`. On a failure it says why and gives nothing.
+// The catalogue's body, from `file` when given and else from the endpoint,
+// through `brewService`. On a failure it says why and gives nothing.
 QCoro::Task<std::optional<QByteArray>> loadCatalogue(std::optional<QString> file,
-                                                     SystemLayout layout, Logger& logger) {
+                                                     BrewService& brewService) {
     if (file) {
         const CatalogueFile read =
             co_await runOnWorkerPool([path = *file] { return readCatalogueFile(path); });
@@ -68,13 +65,9 @@ QCoro::Task<std::optional<QByteArray>> loadCatalogue(std::optional<QString> file
         }
         co_return read.bytes;
     }
-    const SystemClock clock;
-    AskpassService askpass(logger, layout);
-    HttpsClient httpsClient(layout);
-    BrewService brew(logger, askpass, httpsClient, layout, clock);
     std::optional<QString> failure;
     try {
-        co_return co_await brew.fetchCaskCatalogue();
+        co_return co_await brewService.fetchCaskCatalogue();
     } catch (const BrewError& error) {
         failure = error.description();
     } catch (const HttpsError& error) {
@@ -183,12 +176,11 @@ QCoro::Task<int> runMatchCommand(QStringList arguments, SystemLayout layout) {
     const QCommandLineOption installedOption(
         QStringLiteral("installed"), QStringLiteral("The installed cask tokens, comma-separated."),
         QStringLiteral("TOKEN,..."));
-    const QCommandLineOption jsonOption(QStringLiteral("json"), QStringLiteral("Print JSON."));
     CommandParser parser(commandName(command),
                          QStringLiteral("tarnel-cli [--sandbox DIR] match [--applications DIR] "
                                         "[--catalogue FILE] [--installed TOKEN,...] [--json]"),
                          QStringLiteral("Matches the bundles against the cask catalogue."),
-                         {applicationsOption, catalogueOption, installedOption, jsonOption});
+                         {applicationsOption, catalogueOption, installedOption, jsonOption()});
     if (const auto status = parser.parse(arguments)) {
         co_return *status;
     }
@@ -198,8 +190,8 @@ QCoro::Task<int> runMatchCommand(QStringList arguments, SystemLayout layout) {
     const QFileInfo folder(parser.isSet(applicationsOption) ? parser.value(applicationsOption)
                                                             : layout.applicationsDirectory);
     const QString root = folder.exists() ? folder.canonicalFilePath() : folder.absoluteFilePath();
-    const auto settings = SettingsStore::open(layout.settingsFile);
-    Logger logger(LogSink(), *settings, layout.desktopDirectory);
+    CommandSession session(command, layout, LogSink());
+    Logger& logger = session.services().logger;
     const std::optional<QList<Application>> applications =
         co_await readApplicationsForCommand(root, layout.preferredLanguages, logger, command);
     if (!applications) {
@@ -208,7 +200,8 @@ QCoro::Task<int> runMatchCommand(QStringList arguments, SystemLayout layout) {
 
     const std::optional<QString> catalogueFile =
         parser.isSet(catalogueOption) ? std::optional(parser.value(catalogueOption)) : std::nullopt;
-    const std::optional<QByteArray> bytes = co_await loadCatalogue(catalogueFile, layout, logger);
+    const std::optional<QByteArray> bytes =
+        co_await loadCatalogue(catalogueFile, session.services().brewService);
     if (!bytes) {
         co_return 1;
     }
@@ -223,9 +216,8 @@ QCoro::Task<int> runMatchCommand(QStringList arguments, SystemLayout layout) {
     const QList<Application> results =
         co_await matchAll(*applications, *catalogues, installedTokens(parser, installedOption),
                           CaskLocations{root, layout.homeDirectory}, logger);
-    co_return printCommandResult(command, parser.isSet(jsonOption)
-                                              ? jsonArrayText(results, matchJson)
-                                              : matchTable(results).toUtf8());
+    co_return session.succeed(parser.isSet(jsonOption()) ? jsonArrayText(results, matchJson)
+                                                         : matchTable(results).toUtf8());
 }
 
 }  // namespace tarnel

@@ -14,10 +14,15 @@ constexpr int barWidth = 40;
 ProgressBar::ProgressBar(std::FILE* stream) : stream(stream), isTerminal(isatty(fileno(stream))) {}
 
 ProgressBar::~ProgressBar() {
+    // Leave the terminal as it was.
+    clear();
+}
+
+void ProgressBar::clear() {
     if (hasDrawn) {
-        // Leave the terminal as it was: clear the bar's line.
         std::fprintf(stream, "\r%*s\r", barWidth + 16, "");
         std::fflush(stream);
+        hasDrawn = false;
     }
 }
 

@@ -14,6 +14,9 @@ public:
 
     // `label` names the step, such as "Discovering".
     void show(const char* label, double fraction);
+    // Takes the bar off the terminal, so that a line printed next stands
+    // alone; the next `show` draws it again.
+    void clear();
 
 private:
     std::FILE* stream;

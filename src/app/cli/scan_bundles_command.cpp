@@ -2,12 +2,9 @@
 
 #include "app/cli/application_json.h"
 #include "app/cli/application_table.h"
-#include "app/cli/cli_services.h"
 #include "app/cli/command_line.h"
+#include "app/cli/command_session.h"
 #include "app/console/command_parser.h"
-#include "core/logger.h"
-#include "core/settings_store.h"
-#include "core/system_layout.h"
 
 namespace tarnel {
 
@@ -17,32 +14,27 @@ QCoro::Task<int> runScanBundlesCommand(QStringList arguments, SystemLayout layou
         QStringLiteral("applications"),
         QStringLiteral("The folder to scan; by default the applications folder."),
         QStringLiteral("DIR"));
-    const QCommandLineOption jsonOption(QStringLiteral("json"), QStringLiteral("Print JSON."));
-    const QCommandLineOption verboseOption(QStringLiteral("verbose"),
-                                           QStringLiteral("Print log lines on standard error."));
     CommandParser parser(
         commandName(command),
         QStringLiteral("tarnel-cli [--sandbox DIR] scan-bundles [--applications DIR] [--json] "
                        "[--verbose]"),
         QStringLiteral("Lists the application bundles and what each declares."),
-        {applicationsOption, jsonOption, verboseOption});
+        {applicationsOption, jsonOption(), verboseOption()});
     if (const auto status = parser.parse(arguments)) {
         co_return *status;
     }
 
     const QString root = parser.isSet(applicationsOption) ? parser.value(applicationsOption)
                                                           : layout.applicationsDirectory;
-    const auto settings = SettingsStore::open(layout.settingsFile);
-    Logger logger(parser.isSet(verboseOption) ? standardErrorSink() : LogSink(), *settings,
-                  layout.desktopDirectory);
-    const std::optional<QList<Application>> applications =
-        co_await readApplicationsForCommand(root, layout.preferredLanguages, logger, command);
+    CommandSession session(command, layout, logSinkFor(parser));
+    const std::optional<QList<Application>> applications = co_await readApplicationsForCommand(
+        root, layout.preferredLanguages, session.services().logger, command);
     if (!applications) {
         co_return 1;
     }
-    co_return printCommandResult(command, parser.isSet(jsonOption)
-                                              ? jsonArrayText(*applications, bundleJson)
-                                              : applicationTable(*applications).toUtf8());
+    co_return session.succeed(parser.isSet(jsonOption())
+                                  ? jsonArrayText(*applications, bundleJson)
+                                  : applicationTable(*applications).toUtf8());
 }
 
 }  // namespace tarnel
