@@ -6,20 +6,23 @@ namespace tarnel {
 
 namespace {
 
-bool names(const Application& application, const QString& query) {
+// `path` is the query as a path with its links resolved, or empty when
+// nothing is there: bundle paths are kept that way.
+bool names(const Application& application, const QString& query, const QString& path) {
     return application.displayName.compare(query, Qt::CaseInsensitive) == 0 ||
            QFileInfo(application.bundlePath).fileName() == query || application.name == query ||
            application.bundleIdentifier == query || application.bundlePath == query ||
-           application.bundlePath == QFileInfo(query).absoluteFilePath();
+           (!path.isEmpty() && application.bundlePath == path);
 }
 
 }  // namespace
 
 std::variant<Application, QString> chooseApplication(const QList<Application>& applications,
                                                      const QString& query) {
+    const QString path = QFileInfo(query).canonicalFilePath();
     QList<Application> matches;
     for (const Application& application : applications) {
-        if (names(application, query)) {
+        if (names(application, query, path)) {
             matches.append(application);
         }
     }
