@@ -8,9 +8,12 @@
 
 #include <qcoro/qcoroprocess.h>
 
+#include <cerrno>
 #include <functional>
+#include <thread>
 
 #include <fcntl.h>
+#include <stdlib.h>
 #include <unistd.h>
 
 namespace {
@@ -56,6 +59,41 @@ CliResult runCliIntoClosedPipe(const QString& program, const QStringList& argume
             process.setChildProcessModifier([writer] { dup2(writer, STDOUT_FILENO); });
         }));
     close(ends[1]);
+    return result;
+}
+
+CliResult runCliOnTerminal(const QString& program, const QStringList& arguments,
+                           const QString& home) {
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    EXPECT_GE(terminal, 0);
+    EXPECT_EQ(grantpt(terminal), 0);
+    EXPECT_EQ(unlockpt(terminal), 0);
+    // Held open here too, so that reading waits for the program instead of
+    // ending before it has opened its side.
+    const int screen = open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    EXPECT_GE(screen, 0);
+    QByteArray shown;
+    std::thread reader([terminal, &shown] {
+        char buffer[4096];
+        for (;;) {
+            const ssize_t count = read(terminal, buffer, sizeof buffer);
+            if (count > 0) {
+                shown.append(buffer, count);
+            } else if (count < 0 && errno == EINTR) {
+                continue;
+            } else {
+                // Every side closed: the terminal is gone (EIO).
+                return;
+            }
+        }
+    });
+    CliResult result = await(runToEnd(program, arguments, home, [screen](QProcess& process) {
+        process.setChildProcessModifier([screen] { dup2(screen, STDERR_FILENO); });
+    }));
+    close(screen);
+    reader.join();
+    close(terminal);
+    result.errors = shown;
     return result;
 }
 

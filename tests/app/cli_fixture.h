@@ -25,6 +25,11 @@ CliResult runCliWritingTo(const QString& program, const QStringList& arguments, 
 CliResult runCliIntoClosedPipe(const QString& program, const QStringList& arguments,
                                const QString& home);
 
+// The same with standard error a terminal, whose output takes the place of
+// `errors`, as the terminal shows it (line ends as "\r\n").
+CliResult runCliOnTerminal(const QString& program, const QStringList& arguments,
+                           const QString& home);
+
 // A temporary folder holding a copy of the shared fixture bundles as its
 // "Applications", and tarnel-cli run with that folder as its home.
 class CliFixture : public ::testing::Test {

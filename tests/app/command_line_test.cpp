@@ -32,14 +32,19 @@ TEST_F(ProgramArguments, TarnelCliPrintsItsUsageOnStandardOutputForHelp) {
         EXPECT_EQ(result.exitCode, 0) << help.toStdString();
         EXPECT_TRUE(result.output.startsWith("Usage: tarnel-cli [--sandbox DIR] COMMAND"))
             << result.output.toStdString();
-        EXPECT_TRUE(result.output.contains("scan-bundles")) << result.output.toStdString();
+        for (const char* command :
+             {"scan-bundles", "updates", "upgrade", "adopt", "exclude", "include", "skip"}) {
+            EXPECT_TRUE(result.output.contains(QByteArray("\n  ") + command + ' '))
+                << command << '\n'
+                << result.output.toStdString();
+        }
         EXPECT_TRUE(result.errors.isEmpty()) << result.errors.toStdString();
     }
 }
 
 TEST_F(ProgramArguments, EachCommandPrintsItsUsageOnStandardOutputForHelp) {
-    for (const QString& command :
-         {QStringLiteral("scan"), QStringLiteral("scan-bundles"), QStringLiteral("match")}) {
+    for (const QString& command : {QStringLiteral("scan"), QStringLiteral("updates"),
+                                   QStringLiteral("scan-bundles"), QStringLiteral("match")}) {
         for (const QString& help : {QStringLiteral("--help"), QStringLiteral("-h")}) {
             const CliResult result = cli({command, help});
             EXPECT_EQ(result.exitCode, 0) << command.toStdString() << ' ' << help.toStdString();
@@ -50,6 +55,27 @@ TEST_F(ProgramArguments, EachCommandPrintsItsUsageOnStandardOutputForHelp) {
             EXPECT_TRUE(result.errors.isEmpty()) << result.errors.toStdString();
         }
     }
+}
+
+TEST_F(ProgramArguments, EachApplicationCommandPrintsItsUsageOnStandardOutputForHelp) {
+    for (const QString& command :
+         {QStringLiteral("upgrade"), QStringLiteral("adopt"), QStringLiteral("exclude"),
+          QStringLiteral("include"), QStringLiteral("skip")}) {
+        const CliResult result = cli({command, QStringLiteral("--help")});
+        EXPECT_EQ(result.exitCode, 0) << command.toStdString();
+        EXPECT_TRUE(result.output.startsWith(
+            QStringLiteral("Usage: tarnel-cli [--sandbox DIR] %1 APP [").arg(command).toUtf8()))
+            << result.output.toStdString();
+        EXPECT_TRUE(result.errors.isEmpty()) << result.errors.toStdString();
+    }
+}
+
+TEST_F(ProgramArguments, AnApplicationCommandWithoutItsApplicationIsAWrongArgument) {
+    const CliResult result = cli({QStringLiteral("upgrade")});
+
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_TRUE(result.output.isEmpty());
+    EXPECT_TRUE(result.errors.startsWith("tarnel-cli upgrade: ")) << result.errors.toStdString();
 }
 
 TEST_F(ProgramArguments, TarnelCliNamesAnUnknownCommand) {

@@ -1,0 +1,153 @@
+#include "sandbox_fixture.h"
+
+#include <QJsonArray>
+
+// `updates` end to end: the sandbox's `brew`, `mas` and feeds each have an
+// update pending, and the real tarnel-cli lists them.
+namespace {
+
+class SandboxUpdates : public SandboxFixture {
+protected:
+    // The updates of one list in the JSON form, keyed by `key` of each record.
+    QJsonObject byKey(const QJsonArray& updates, const QString& key) const {
+        QJsonObject keyed;
+        for (const QJsonValue& update : updates) {
+            keyed.insert(update[key].toString(), update);
+        }
+        return keyed;
+    }
+};
+
+TEST_F(SandboxUpdates, TheTableListsEachSourcesUpdatesWithTheirVersions) {
+    const CliResult result = cli({QStringLiteral("updates")});
+
+    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    const QString table = QString::fromUtf8(result.output);
+    EXPECT_TRUE(table.startsWith(QStringLiteral("Application  Source         Update\n")))
+        << table.toStdString();
+    EXPECT_TRUE(table.contains(QStringLiteral("\nRectangle    Homebrew       0.85 -> 0.98\n")))
+        << table.toStdString();
+    EXPECT_TRUE(table.contains(
+        QStringLiteral("\nItsycal      Sparkle        0.15.5.1551 -> 0.15.6.1560\n")))
+        << table.toStdString();
+    EXPECT_TRUE(table.contains(QStringLiteral("\nHidden Bar   Mac App Store  1.0 -> 1.9\n")))
+        << table.toStdString();
+    EXPECT_TRUE(
+        table.endsWith(QStringLiteral("\n\n6 updates: 2 Homebrew, 3 Sparkle, 1 Mac App Store\n")))
+        << table.toStdString();
+}
+
+TEST_F(SandboxUpdates, TheTableListsHomebrewThenSparkleThenTheStoreEachByName) {
+    const CliResult result = cli({QStringLiteral("updates")});
+
+    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    QStringList names;
+    for (const QString& line : QString::fromUtf8(result.output).split(u'\n').mid(1, 6)) {
+        names.append(line.section(u' ', 0, 0, QString::SectionSkipEmpty));
+    }
+    EXPECT_EQ(names, (QStringList{u"MacDown"_qs, u"Rectangle"_qs, u"Hammerspoon"_qs, u"Ice"_qs,
+                                  u"Itsycal"_qs, u"Hidden"_qs}));
+}
+
+TEST_F(SandboxUpdates, JsonGivesTheThreeListsWithTheRecordsFieldNames) {
+    const QJsonObject lists =
+        jsonOf({QStringLiteral("updates"), QStringLiteral("--json")}).object();
+
+    EXPECT_EQ(lists.keys(),
+              (QStringList{u"brewUpdates"_qs, u"masUpdates"_qs, u"sparkleUpdates"_qs}));
+    const QJsonObject rectangle =
+        byKey(lists[u"brewUpdates"_qs].toArray(), u"caskName"_qs)[u"rectangle"_qs].toObject();
+    EXPECT_EQ(rectangle.keys(),
+              (QStringList{u"applicationId"_qs, u"availableVersion"_qs, u"bundleIdentifier"_qs,
+                           u"caskName"_qs, u"currentVersion"_qs, u"id"_qs, u"updateType"_qs}));
+    EXPECT_EQ(rectangle[u"bundleIdentifier"_qs], u"com.knollsoft.Rectangle"_qs);
+    EXPECT_EQ(rectangle[u"currentVersion"_qs], u"0.85"_qs);
+    EXPECT_EQ(rectangle[u"availableVersion"_qs], u"0.98"_qs);
+    EXPECT_EQ(rectangle[u"updateType"_qs], u"Cask Update"_qs);
+
+    const QJsonObject hiddenBar =
+        byKey(lists[u"masUpdates"_qs].toArray(), u"appId"_qs)[u"1452453066"_qs].toObject();
+    EXPECT_EQ(hiddenBar.keys(), (QStringList{u"appId"_qs, u"appName"_qs, u"availableVersion"_qs,
+                                             u"currentVersion"_qs, u"id"_qs}));
+    EXPECT_EQ(hiddenBar[u"appName"_qs], u"Hidden Bar"_qs);
+    EXPECT_EQ(hiddenBar[u"currentVersion"_qs], u"1.0"_qs);
+    EXPECT_EQ(hiddenBar[u"availableVersion"_qs], u"1.9"_qs);
+}
+
+TEST_F(SandboxUpdates, JsonGivesAFeedUpdateWithItsReleaseFacts) {
+    const QJsonObject lists =
+        jsonOf({QStringLiteral("updates"), QStringLiteral("--json")}).object();
+
+    const QJsonObject itsycal = byKey(lists[u"sparkleUpdates"_qs].toArray(),
+                                      u"bundleIdentifier"_qs)[u"com.mowglii.ItsycalApp"_qs]
+                                    .toObject();
+    EXPECT_EQ(
+        itsycal.keys(),
+        (QStringList{u"applicationId"_qs, u"availableVersion"_qs, u"bundleIdentifier"_qs,
+                     u"currentVersion"_qs, u"downloadURL"_qs, u"feedURL"_qs, u"fileSize"_qs,
+                     u"id"_qs, u"publishedDate"_qs, u"releaseNotes"_qs, u"requiresRestart"_qs}));
+    EXPECT_EQ(itsycal[u"currentVersion"_qs], u"0.15.5.1551"_qs);
+    EXPECT_EQ(itsycal[u"availableVersion"_qs], u"0.15.6.1560"_qs);
+    EXPECT_TRUE(itsycal[u"downloadURL"_qs].toString().endsWith(u"/feeds/itsycal-0.15.6.zip"_qs));
+    EXPECT_TRUE(itsycal[u"publishedDate"_qs].toString().endsWith(u'Z'));
+    EXPECT_TRUE(itsycal[u"fileSize"_qs].isDouble());
+}
+
+TEST_F(SandboxUpdates, AFeedWhoseNewestIsOlderHasNoUpdate) {
+    const QJsonObject lists =
+        jsonOf({QStringLiteral("updates"), QStringLiteral("--json")}).object();
+
+    const QJsonObject feeds = byKey(lists[u"sparkleUpdates"_qs].toArray(), u"bundleIdentifier"_qs);
+    EXPECT_FALSE(feeds.contains(u"com.MrKai77.Loop"_qs)) << QJsonDocument(feeds).toJson().data();
+    EXPECT_EQ(feeds.size(), 3);
+}
+
+TEST_F(SandboxUpdates, AnHttpFeedIsNeverAsked) {
+    const CliResult result = cli({QStringLiteral("updates"), QStringLiteral("--verbose")});
+
+    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    EXPECT_TRUE(result.errors.contains(
+        "[WARNING] Skipping IINA - uses HTTP feed (not HTTPS), blocked by ATS policy"));
+    EXPECT_FALSE(result.output.contains("IINA"));
+}
+
+TEST_F(SandboxUpdates, WithTheStoreSwitchedOffNoStoreUpdateIsListed) {
+    setSetting(QStringLiteral("enableMASSupport"), false);
+
+    const QJsonObject lists =
+        jsonOf({QStringLiteral("updates"), QStringLiteral("--json")}).object();
+
+    EXPECT_TRUE(lists[u"masUpdates"_qs].toArray().isEmpty());
+    EXPECT_EQ(lists[u"brewUpdates"_qs].toArray().size(), 2);
+}
+
+TEST_F(SandboxUpdates, PipedItPrintsNoProgress) {
+    const CliResult result = cli({QStringLiteral("updates")});
+
+    ASSERT_EQ(result.exitCode, 0);
+    EXPECT_TRUE(result.errors.isEmpty()) << result.errors.toStdString();
+}
+
+TEST_F(SandboxUpdates, OnATerminalItDrawsTheDiscoveryAndClearsItBeforeTheResult) {
+    const CliResult result = cliOnTerminal({QStringLiteral("updates")});
+
+    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    EXPECT_TRUE(result.errors.startsWith("\rDiscovering")) << result.errors.toStdString();
+    // The bar's line is blanked and the cursor left at its start.
+    EXPECT_TRUE(result.errors.endsWith(QByteArray(56, ' ') + '\r')) << result.errors.toStdString();
+    EXPECT_TRUE(result.output.startsWith("Application  Source")) << result.output.toStdString();
+}
+
+TEST_F(SandboxUpdates, AFailingUpdateSearchFailsWithItsDescription) {
+    setBrewBehaviour(QStringLiteral("outdated"),
+                     QJsonObject{{u"exitStatus"_qs, 2}, {u"standardError"_qs, u"Error: boom"_qs}});
+
+    const CliResult result = cli({QStringLiteral("updates")});
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(result.output.isEmpty());
+    EXPECT_TRUE(result.errors.startsWith("tarnel-cli updates: discovery failed: "))
+        << result.errors.toStdString();
+}
+
+}  // namespace
