@@ -1,8 +1,7 @@
 #include "app/cli/adopt_command.h"
 
+#include "app/cli/application_command.h"
 #include "app/cli/command_line.h"
-#include "app/cli/command_session.h"
-#include "app/console/command_parser.h"
 #include "homebrew/cask_adoption_error.h"
 
 #include <exception>
@@ -98,55 +97,46 @@ int reportFailure(CommandSession& session, const AdoptionResult& result, const C
 }  // namespace
 
 QCoro::Task<int> runAdoptCommand(QStringList arguments, SystemLayout layout) {
-    const QString command = QStringLiteral("adopt");
     const QCommandLineOption caskOption(
         QStringLiteral("cask"), QStringLiteral("Adopt with this cask instead of the best option."),
         QStringLiteral("TOKEN"));
     const QCommandLineOption forceOption(
         QStringLiteral("force"),
         QStringLiteral("On a version mismatch, replace the application with the cask's version."));
-    CommandParser parser(
-        commandName(command),
-        QStringLiteral("tarnel-cli [--sandbox DIR] adopt APP [--cask TOKEN] [--force] [--verbose]"),
-        QStringLiteral("Brings APP under Homebrew without reinstalling it. APP is a display name, "
-                       "file name, bundle identifier or path."),
-        {caskOption, forceOption, verboseOption()}, {QStringLiteral("APP")});
-    if (const auto status = parser.parse(arguments)) {
+    ApplicationCommand command(QStringLiteral("adopt"), QStringLiteral(" [--cask TOKEN] [--force]"),
+                               QStringLiteral("Brings APP under Homebrew without reinstalling it."),
+                               {caskOption, forceOption});
+    if (const auto status = command.parse(arguments)) {
         co_return *status;
     }
+    const CommandParser& parser = command.parser();
     const QString token = parser.value(caskOption).trimmed();
     if (parser.isSet(caskOption) && token.isEmpty()) {
         co_return parser.fail(QStringLiteral("--cask needs a cask token."));
     }
-
-    CommandSession session(command, layout, logSinkFor(parser));
-    const std::optional<QList<Application>> applications = co_await session.discoverApplications();
-    if (!applications) {
+    if (!co_await command.find(layout, ApplicationSource::discovery)) {
         co_return 1;
     }
-    const std::optional<Application> application =
-        session.chooseApplication(*applications, parser.arguments().constFirst());
-    if (!application) {
-        co_return 1;
-    }
-    if (application->alreadyAdopted) {
+    CommandSession& session = command.session();
+    const Application& application = command.application();
+    if (application.alreadyAdopted) {
         co_return session.fail(
             QStringLiteral("%1 is already managed by Homebrew through the cask %2")
-                .arg(application->displayName, application->adoptedCask->name));
+                .arg(application.displayName, application.adoptedCask->name));
     }
-    if (application->excluded) {
+    if (application.excluded) {
         co_return session.fail(
-            QStringLiteral("%1 is excluded; include it first").arg(application->displayName));
+            QStringLiteral("%1 is excluded; include it first").arg(application.displayName));
     }
 
     std::optional<Cask> cask;
     if (parser.isSet(caskOption)) {
-        cask = co_await validatedCask(session, token, *applications);
-    } else if (!application->caskOptions.isEmpty()) {
-        cask = application->caskOptions.constFirst();
+        cask = co_await validatedCask(session, token, command.found().applications);
+    } else if (!application.caskOptions.isEmpty()) {
+        cask = application.caskOptions.constFirst();
     } else {
         session.fail(QStringLiteral("no cask is offered for %1; name one with --cask TOKEN")
-                         .arg(application->displayName));
+                         .arg(application.displayName));
     }
     if (!cask) {
         co_return 1;
@@ -166,7 +156,7 @@ QCoro::Task<int> runAdoptCommand(QStringList arguments, SystemLayout layout) {
         co_return session.succeed(
             (parser.isSet(caskOption) ? QStringLiteral("Successfully adopted %1 with custom cask\n")
                                       : QStringLiteral("Successfully adopted %1\n"))
-                .arg(application->displayName));
+                .arg(application.displayName));
     }
     const bool isMismatch =
         adoption.refusal && adoption.refusal->kind() == CaskAdoptionError::Kind::versionMismatch;

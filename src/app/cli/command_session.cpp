@@ -9,16 +9,44 @@
 
 namespace tarnel {
 
-namespace {
-
-QString discoveryFailure(std::exception_ptr failure) {
-    return QStringLiteral("discovery failed: ") + failureDescription(std::move(failure));
-}
-
-}  // namespace
-
 CommandSession::CommandSession(QString command, const SystemLayout& layout, LogSink sink)
     : command(std::move(command)), container(layout, std::move(sink)), progressBar(stderr) {}
+
+QCoro::Task<std::optional<DiscoveryOutcome>> CommandSession::findApplications(
+    ApplicationSource source) {
+    if (source == ApplicationSource::applicationsFolder) {
+        std::optional<QList<Application>> applications = co_await readApplications();
+        if (!applications) {
+            co_return std::nullopt;
+        }
+        co_return DiscoveryOutcome{std::move(*applications), {}};
+    }
+    std::exception_ptr failure;
+    try {
+        if (source == ApplicationSource::discovery) {
+            co_return co_await discoverWithoutUpdates();
+        }
+        co_return co_await container.appCoordinator.performInitialDiscovery(discoveryProgress());
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    fail(QStringLiteral("discovery failed: ") + failureDescription(failure));
+    co_return std::nullopt;
+}
+
+QCoro::Task<std::optional<ChosenApplication>> CommandSession::chooseApplication(
+    ApplicationSource source, QString query) {
+    std::optional<DiscoveryOutcome> found = co_await findApplications(source);
+    if (!found) {
+        co_return std::nullopt;
+    }
+    auto choice = tarnel::chooseApplication(found->applications, query);
+    if (const auto* problem = std::get_if<QString>(&choice)) {
+        fail(*problem);
+        co_return std::nullopt;
+    }
+    co_return ChosenApplication{std::get<Application>(std::move(choice)), std::move(*found)};
+}
 
 QCoro::Task<std::optional<QList<Application>>> CommandSession::readApplications() {
     const SystemLayout& layout = container.layout;
@@ -32,49 +60,22 @@ QCoro::Task<std::optional<QList<Application>>> CommandSession::readApplications(
                               exclusions.userExclusions());
 }
 
-QCoro::Task<std::optional<QList<Application>>> CommandSession::discoverApplications() {
-    std::exception_ptr failure;
-    try {
-        // Homebrew must be there and answer before anything is discovered,
-        // as at the program's own start.
-        co_await container.brewService.executeBrewCommand({QStringLiteral("--version")}, false,
-                                                          false, {}, true);
-        co_await container.appCoordinator.updateHomebrewQuietly();
-        co_return co_await container.discoveryService.discoverApplications(
-            [this](double fraction) -> QCoro::Task<> {
-                progressBar.show("Discovering", fraction);
-                co_return;
-            });
-    } catch (...) {
-        failure = std::current_exception();
-    }
-    fail(discoveryFailure(failure));
-    co_return std::nullopt;
+QCoro::Task<DiscoveryOutcome> CommandSession::discoverWithoutUpdates() {
+    // Homebrew must be there and answer before anything is discovered, as
+    // at the program's own start.
+    co_await container.brewService.executeBrewCommand({QStringLiteral("--version")}, false, false,
+                                                      {}, true);
+    co_await container.appCoordinator.updateHomebrewQuietly();
+    QList<Application> applications =
+        co_await container.discoveryService.discoverApplications(discoveryProgress());
+    co_return DiscoveryOutcome{std::move(applications), {}};
 }
 
-QCoro::Task<std::optional<DiscoveryOutcome>> CommandSession::discoverApplicationsAndUpdates() {
-    std::exception_ptr failure;
-    try {
-        co_return co_await container.appCoordinator.performInitialDiscovery(
-            [this](double fraction) -> QCoro::Task<> {
-                progressBar.show("Discovering", fraction);
-                co_return;
-            });
-    } catch (...) {
-        failure = std::current_exception();
-    }
-    fail(discoveryFailure(failure));
-    co_return std::nullopt;
-}
-
-std::optional<Application> CommandSession::chooseApplication(const QList<Application>& applications,
-                                                             const QString& query) {
-    auto choice = tarnel::chooseApplication(applications, query);
-    if (const auto* problem = std::get_if<QString>(&choice)) {
-        fail(*problem);
-        return std::nullopt;
-    }
-    return std::get<Application>(std::move(choice));
+DiscoveryService::ProgressCallback CommandSession::discoveryProgress() {
+    return [this](double fraction) -> QCoro::Task<> {
+        progressBar.show("Discovering", fraction);
+        co_return;
+    };
 }
 
 void CommandSession::showProgress(const UpdateState& state) {

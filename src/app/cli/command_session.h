@@ -20,6 +20,25 @@
 
 namespace tarnel {
 
+// Where the applications of a command come from.
+enum class ApplicationSource {
+    // The applications folder's bundles as the list shows them, without
+    // asking Homebrew or the catalogue: those excluded outright left out,
+    // those the user excluded marked.
+    applicationsFolder,
+    // Homebrew's check and its quiet update, then the discovery.
+    discovery,
+    // The program's first discovery: the same, then the search for updates.
+    discoveryWithUpdates,
+};
+
+// The application that a command was named, among all that were found.
+struct ChosenApplication {
+    Application application;
+    // The updates are empty unless they were searched for.
+    DiscoveryOutcome found;
+};
+
 // One run of a command that works on the machine: every service built once
 // through the container, a progress bar on standard error (drawn only on a
 // terminal), and one way to report a failure or print the result, each of
@@ -32,19 +51,14 @@ public:
 
     DependencyContainer& services() { return container; }
 
-    // The applications folder's bundles as the list shows them, without
-    // asking Homebrew or the catalogue: those excluded outright left out,
-    // those the user excluded marked. On a failure it says so and gives nothing.
-    QCoro::Task<std::optional<QList<Application>>> readApplications();
-    // Homebrew's check and its quiet update, then the discovery, with
-    // progress. On a failure it says so and gives nothing.
-    QCoro::Task<std::optional<QList<Application>>> discoverApplications();
-    // The program's first discovery: the same, then the search for updates.
-    QCoro::Task<std::optional<DiscoveryOutcome>> discoverApplicationsAndUpdates();
-    // The one application that `query` names (see chooseApplication); when
-    // there is none, or several, it says so and gives nothing.
-    std::optional<Application> chooseApplication(const QList<Application>& applications,
-                                                 const QString& query);
+    // The applications, with progress on the way; on a failure it says so
+    // and gives nothing.
+    QCoro::Task<std::optional<DiscoveryOutcome>> findApplications(ApplicationSource source);
+    // The one application that `query` names among those found (see
+    // chooseApplication); when there is none, or several, it says so and
+    // gives nothing.
+    QCoro::Task<std::optional<ChosenApplication>> chooseApplication(ApplicationSource source,
+                                                                    QString query);
 
     // Draws the state of an update or an adoption; states without a step of
     // their own leave the bar as it is.
@@ -65,6 +79,10 @@ public:
     int succeed(const QByteArray& result);
 
 private:
+    QCoro::Task<std::optional<QList<Application>>> readApplications();
+    QCoro::Task<DiscoveryOutcome> discoverWithoutUpdates();
+    DiscoveryService::ProgressCallback discoveryProgress();
+
     QString command;
     DependencyContainer container;
     ProgressBar progressBar;

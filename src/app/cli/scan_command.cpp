@@ -20,11 +20,12 @@ QCoro::Task<int> runScanCommand(QStringList arguments, SystemLayout layout) {
     }
 
     CommandSession session(command, layout, logSinkFor(parser));
-    std::optional<QList<Application>> applications = co_await session.discoverApplications();
-    if (!applications) {
+    std::optional<DiscoveryOutcome> found =
+        co_await session.findApplications(ApplicationSource::discovery);
+    if (!found) {
         co_return 1;
     }
-    const QList<Application> sorted = sortedByDisplayName(std::move(*applications));
+    const QList<Application> sorted = sortedByDisplayName(std::move(found->applications));
     if (parser.isSet(jsonOption())) {
         co_return session.succeed(jsonArrayText(sorted, applicationJson));
     }

@@ -21,7 +21,7 @@ QCoro::Task<int> runUpdatesCommand(QStringList arguments, SystemLayout layout) {
 
     CommandSession session(command, layout, logSinkFor(parser));
     const std::optional<DiscoveryOutcome> outcome =
-        co_await session.discoverApplicationsAndUpdates();
+        co_await session.findApplications(ApplicationSource::discoveryWithUpdates);
     if (!outcome) {
         co_return 1;
     }

@@ -1,9 +1,7 @@
 #include "app/cli/upgrade_command.h"
 
-#include "app/cli/command_line.h"
-#include "app/cli/command_session.h"
+#include "app/cli/application_command.h"
 #include "app/cli/pending_updates.h"
-#include "app/console/command_parser.h"
 
 namespace tarnel {
 
@@ -24,37 +22,25 @@ QCoro::Task<int> install(CommandSession& session, QCoro::Task<> installation,
 }  // namespace
 
 QCoro::Task<int> runUpgradeCommand(QStringList arguments, SystemLayout layout) {
-    const QString command = QStringLiteral("upgrade");
-    CommandParser parser(
-        commandName(command), QStringLiteral("tarnel-cli [--sandbox DIR] upgrade APP [--verbose]"),
+    ApplicationCommand command(
+        QStringLiteral("upgrade"), {},
         QStringLiteral("Installs one pending update of APP: from Sparkle if it has one, else from "
-                       "Homebrew, else from the Mac App Store. APP is a display name, file name, "
-                       "bundle identifier or path."),
-        {verboseOption()}, {QStringLiteral("APP")});
-    if (const auto status = parser.parse(arguments)) {
+                       "Homebrew, else from the Mac App Store."));
+    if (const auto status =
+            co_await command.start(arguments, layout, ApplicationSource::discoveryWithUpdates)) {
         co_return *status;
     }
-
-    CommandSession session(command, layout, logSinkFor(parser));
-    const std::optional<DiscoveryOutcome> outcome =
-        co_await session.discoverApplicationsAndUpdates();
-    if (!outcome) {
-        co_return 1;
-    }
-    const std::optional<Application> application =
-        session.chooseApplication(outcome->applications, parser.arguments().constFirst());
-    if (!application) {
-        co_return 1;
-    }
+    CommandSession& session = command.session();
+    const Application& application = command.application();
 
     // One source per run, in the order of the detail pane's update button;
     // an application with updates from two sources takes two runs.
     UpdateService& updateService = session.services().updateService;
-    const PendingUpdates pending = pendingUpdatesOf(*application, outcome->updates);
+    const PendingUpdates pending = pendingUpdatesOf(application, command.found().updates);
     if (const auto& update = pending.sparkleUpdate) {
         co_return co_await install(
-            session, updateService.updateViaSparkle(*application, session.progressHandler()),
-            *application, *update, UpdateSource::sparkle);
+            session, updateService.updateViaSparkle(application, session.progressHandler()),
+            application, *update, UpdateSource::sparkle);
     }
     if (const auto& update = pending.brewUpdate) {
         // A Homebrew upgrade reports no steps of its own: it is installing
@@ -63,15 +49,15 @@ QCoro::Task<int> runUpgradeCommand(QStringList arguments, SystemLayout layout) {
         const bool hasAdminPermission = session.services().appState.hasAdminPasswordPermission();
         co_return co_await install(session,
                                    updateService.updateViaBrew(*update, hasAdminPermission),
-                                   *application, *update, UpdateSource::homebrew);
+                                   application, *update, UpdateSource::homebrew);
     }
     if (const auto& update = pending.masUpdate) {
         co_return co_await install(session,
                                    updateService.updateViaMAS(*update, session.progressHandler()),
-                                   *application, *update, UpdateSource::macAppStore);
+                                   application, *update, UpdateSource::macAppStore);
     }
     co_return session.succeed(
-        QStringLiteral("No update is pending for %1\n").arg(application->displayName));
+        QStringLiteral("No update is pending for %1\n").arg(application.displayName));
 }
 
 }  // namespace tarnel
