@@ -68,7 +68,8 @@ TEST_F(SandboxAdopt, TheBestOptionAdoptsTheBundleInPlace) {
 
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     EXPECT_EQ(result.output, "Successfully adopted Amethyst\n");
-    EXPECT_TRUE(result.errors.isEmpty()) << result.errors.toStdString();
+    // Piped, the progress bar, drawn with carriage returns, stays silent.
+    EXPECT_FALSE(result.errors.contains('\r')) << result.errors.toStdString();
     const QList<BrewRun> installs = brewRuns(QStringLiteral("install"));
     ASSERT_EQ(installs.size(), 1);
     EXPECT_EQ(installs.first().arguments, (QStringList{u"install"_qs, u"--cask"_qs, u"--adopt"_qs,
@@ -83,7 +84,8 @@ TEST_F(SandboxAdopt, AFailedAdoptionWithoutThePermissionAsksForIt) {
 
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_TRUE(result.output.isEmpty());
-    EXPECT_EQ(result.errors, permissionRequired.arg(u"amethyst"_qs).toUtf8());
+    EXPECT_TRUE(result.errors.endsWith(permissionRequired.arg(u"amethyst"_qs).toUtf8()))
+        << result.errors.toStdString();
     EXPECT_EQ(brewRuns(QStringLiteral("install")).size(), 1);
 }
 
@@ -108,7 +110,8 @@ TEST_F(SandboxAdopt, APackageCaskWithoutThePermissionIsRefusedBeforeAnythingRuns
     const CliResult result = cli({QStringLiteral("adopt"), QStringLiteral("Amethyst")});
 
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.errors, permissionRequired.arg(u"amethyst"_qs).toUtf8());
+    EXPECT_TRUE(result.errors.endsWith(permissionRequired.arg(u"amethyst"_qs).toUtf8()))
+        << result.errors.toStdString();
     EXPECT_TRUE(brewRuns(QStringLiteral("install")).isEmpty());
 }
 
@@ -148,8 +151,9 @@ TEST_F(SandboxAdopt, ATypedCaskThatIsAnotherApplicationsOptionIsInUse) {
                                   QStringLiteral("--cask"), QStringLiteral("hammerspoon")});
 
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.errors,
-              "tarnel-cli adopt: This cask is already available as an option above\n");
+    EXPECT_TRUE(result.errors.endsWith(
+        "tarnel-cli adopt: This cask is already available as an option above\n"))
+        << result.errors.toStdString();
     EXPECT_TRUE(brewRuns(QStringLiteral("install")).isEmpty());
 }
 
@@ -160,9 +164,10 @@ TEST_F(SandboxAdopt, ATypedCaskThatIsInstalledIsRefused) {
                                   QStringLiteral("--cask"), QStringLiteral("licecap")});
 
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.errors,
-              "tarnel-cli adopt: This cask is already installed and managing another "
-              "application\n");
+    EXPECT_TRUE(result.errors.endsWith(
+        "tarnel-cli adopt: This cask is already installed and managing another "
+        "application\n"))
+        << result.errors.toStdString();
 }
 
 TEST_F(SandboxAdopt, ATypedCaskTheCatalogueLacksIsNotFoundCaseIncluded) {
@@ -171,10 +176,11 @@ TEST_F(SandboxAdopt, ATypedCaskTheCatalogueLacksIsNotFoundCaseIncluded) {
             cli({QStringLiteral("adopt"), QStringLiteral("Loop"), QStringLiteral("--cask"), token});
 
         EXPECT_EQ(result.exitCode, 1);
-        EXPECT_EQ(result.errors,
-                  QStringLiteral("tarnel-cli adopt: Cask '%1' not found in Homebrew\n")
-                      .arg(token)
-                      .toUtf8());
+        EXPECT_TRUE(result.errors.endsWith(
+            QStringLiteral("tarnel-cli adopt: Cask '%1' not found in Homebrew\n")
+                .arg(token)
+                .toUtf8()))
+            << result.errors.toStdString();
     }
 }
 
@@ -191,17 +197,19 @@ TEST_F(SandboxAdopt, AnApplicationWithoutOptionsNeedsATypedCask) {
     const CliResult result = cli({QStringLiteral("adopt"), QStringLiteral("Loop")});
 
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.errors,
-              "tarnel-cli adopt: no cask is offered for Loop; name one with --cask TOKEN\n");
+    EXPECT_TRUE(result.errors.endsWith(
+        "tarnel-cli adopt: no cask is offered for Loop; name one with --cask TOKEN\n"))
+        << result.errors.toStdString();
 }
 
 TEST_F(SandboxAdopt, AnAdoptedApplicationIsNotAdoptedAgain) {
     const CliResult result = cli({QStringLiteral("adopt"), QStringLiteral("Rectangle")});
 
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.errors,
-              "tarnel-cli adopt: Rectangle is already managed by Homebrew through the cask "
-              "rectangle\n");
+    EXPECT_TRUE(result.errors.endsWith(
+        "tarnel-cli adopt: Rectangle is already managed by Homebrew through the cask "
+        "rectangle\n"))
+        << result.errors.toStdString();
     EXPECT_TRUE(brewRuns(QStringLiteral("install")).isEmpty());
 }
 
@@ -210,7 +218,8 @@ TEST_F(SandboxAdopt, AnExcludedApplicationIsNotAdopted) {
                                   QStringLiteral("--cask"), QStringLiteral("licecap")});
 
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.errors, "tarnel-cli adopt: OpenEmu is excluded; include it first\n");
+    EXPECT_TRUE(result.errors.endsWith("tarnel-cli adopt: OpenEmu is excluded; include it first\n"))
+        << result.errors.toStdString();
 }
 
 TEST_F(SandboxAdopt, AVersionMismatchShowsBothVersionsAndWhatAdoptingWouldDo) {
@@ -221,15 +230,16 @@ TEST_F(SandboxAdopt, AVersionMismatchShowsBothVersionsAndWhatAdoptingWouldDo) {
 
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_TRUE(result.output.isEmpty());
-    EXPECT_EQ(result.errors,
-              "tarnel-cli adopt: Version mismatch for amethyst: You have 0.12.2b2 installed, but "
-              "Homebrew cask is 0.15.5\n"
-              "Your Version: 0.12.2b2\n"
-              "Brew Version: 0.15.5\n"
-              "\n"
-              "The Homebrew cask (0.15.5) is newer than your version (0.12.2b2). Adopting will "
-              "update your app and enable Homebrew management.\n"
-              "Run again with --force to replace the application with the cask's version.\n");
+    EXPECT_TRUE(result.errors.endsWith(
+        "tarnel-cli adopt: Version mismatch for amethyst: You have 0.12.2b2 installed, but "
+        "Homebrew cask is 0.15.5\n"
+        "Your Version: 0.12.2b2\n"
+        "Brew Version: 0.15.5\n"
+        "\n"
+        "The Homebrew cask (0.15.5) is newer than your version (0.12.2b2). Adopting will "
+        "update your app and enable Homebrew management.\n"
+        "Run again with --force to replace the application with the cask's version.\n"))
+        << result.errors.toStdString();
 }
 
 TEST_F(SandboxAdopt, AVersionMismatchWithForceInstallsTheCasksVersionInstead) {

@@ -90,6 +90,16 @@ QJsonObject SandboxFixture::scanRecord(const QString& displayName) const {
                     displayName);
 }
 
+QStringList SandboxFixture::pendingUpdates(const QString& list, const QString& key) const {
+    QStringList values;
+    const QJsonObject lists =
+        jsonOf({QStringLiteral("updates"), QStringLiteral("--json")}).object();
+    for (const QJsonValue& update : lists[list].toArray()) {
+        values.append(update[key].toString());
+    }
+    return values;
+}
+
 QString SandboxFixture::bundle(const QString& name) const {
     return inSandbox(QStringLiteral("Applications/") + name + QStringLiteral(".app"));
 }

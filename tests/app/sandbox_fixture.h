@@ -32,6 +32,10 @@ protected:
     QJsonObject bundleRecord(const QString& displayName) const;
     QJsonObject scanRecord(const QString& displayName) const;
 
+    // The values of `key` over one list (such as "brewUpdates") of a fresh
+    // `updates --json`.
+    QStringList pendingUpdates(const QString& list, const QString& key) const;
+
     QString inSandbox(const QString& relative) const { return root + u'/' + relative; }
     QString bundle(const QString& name) const;
 

