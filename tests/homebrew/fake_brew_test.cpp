@@ -3,11 +3,13 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -325,4 +327,23 @@ TEST(FakeBrew, AsksTheAskpassProgramForThePassword) {
     const Result result = fake.run({QStringLiteral("--version")}, environment);
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(result.standardOutput, QStringLiteral("Homebrew 4.5.0\n"));
+}
+
+TEST(FakeBrew, HoldsACommandUntilItsReleaseFileExists) {
+    FakeBrew fake;
+    FakeBrewBehaviour held;
+    held.heldUntil = fake.root.filePath(QStringLiteral("release-cleanup"));
+    fake.state.setBehaviour(QStringLiteral("cleanup"), held);
+    QProcess process;
+    process.start(fake.brew(), {QStringLiteral("cleanup"), QStringLiteral("firefox")});
+
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return QFileInfo::exists(held.heldUntil + QStringLiteral(".waiting")); }, 60000));
+    EXPECT_EQ(process.state(), QProcess::Running);
+    EXPECT_TRUE(fake.state.invocations().isEmpty());
+
+    ASSERT_TRUE(QFile(held.heldUntil).open(QIODevice::WriteOnly));
+    ASSERT_TRUE(process.waitForFinished(60000));
+    EXPECT_EQ(process.exitCode(), 0);
+    EXPECT_EQ(fake.state.invocations().size(), 1);
 }
