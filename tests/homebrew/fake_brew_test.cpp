@@ -223,16 +223,16 @@ TEST(FakeBrew, ReportsOutdatedCasksAsJsonWithStatusOne) {
     const Result result = fake.run({QStringLiteral("outdated"), QStringLiteral("--cask"),
                                     QStringLiteral("--greedy"), QStringLiteral("--json")});
     EXPECT_EQ(result.exitStatus, 1);
-    const QJsonArray casks = QJsonDocument::fromJson(result.standardOutput.toUtf8())
-                                 .object()
-                                 .value(QStringLiteral("casks"))
-                                 .toArray();
+    const QJsonObject report = QJsonDocument::fromJson(result.standardOutput.toUtf8()).object();
+    EXPECT_EQ(report.value(QStringLiteral("formulae")), QJsonArray());
+    const QJsonArray casks = report.value(QStringLiteral("casks")).toArray();
     ASSERT_EQ(casks.size(), 1);
-    const QJsonObject entry = casks.first().toObject();
-    EXPECT_EQ(entry.value(QStringLiteral("name")).toString(), QStringLiteral("firefox"));
-    EXPECT_EQ(entry.value(QStringLiteral("installed_versions")).toArray(),
-              QJsonArray{QStringLiteral("150.0")});
-    EXPECT_EQ(entry.value(QStringLiteral("current_version")).toString(), QStringLiteral("153.0.3"));
+    EXPECT_EQ(casks.first().toObject(),
+              (QJsonObject{{QStringLiteral("name"), QStringLiteral("firefox")},
+                           {QStringLiteral("installed_versions"), QJsonArray{u"150.0"_qs}},
+                           {QStringLiteral("current_version"), QStringLiteral("153.0.3")},
+                           {QStringLiteral("pinned"), false},
+                           {QStringLiteral("pinned_version"), QJsonValue::Null}}));
 }
 
 TEST(FakeBrew, ReportsNothingOutdatedWithStatusZero) {
@@ -245,14 +245,29 @@ TEST(FakeBrew, ReportsNothingOutdatedWithStatusZero) {
     EXPECT_TRUE(result.standardOutput.isEmpty());
 }
 
-TEST(FakeBrew, ReportsOneOutdatedCaskByName) {
+TEST(FakeBrew, NamesAnOutdatedCaskWithoutItsVersionsAndStatusOne) {
     FakeBrew fake;
     fake.state.addCaskFromFile(casksDir() + QStringLiteral("firefox.json"));
     fake.state.setInstalledVersion(QStringLiteral("firefox"), QStringLiteral("150.0"));
     const Result result =
         fake.run({QStringLiteral("outdated"), QStringLiteral("--cask"), QStringLiteral("firefox")});
     EXPECT_EQ(result.exitStatus, 1);
-    EXPECT_EQ(result.standardOutput, QStringLiteral("firefox (150.0) != 153.0.3\n"));
+    EXPECT_EQ(result.standardOutput, QStringLiteral("firefox\n"));
+    EXPECT_TRUE(result.standardError.isEmpty());
+}
+
+TEST(FakeBrew, TellsAnUnknownCaskFromOneThatIsNotInstalled) {
+    FakeBrew fake;
+    fake.state.addCaskFromFile(casksDir() + QStringLiteral("firefox.json"));
+    const QStringList outdated{QStringLiteral("outdated"), QStringLiteral("--cask")};
+    const Result unknown = fake.run(outdated + QStringList{QStringLiteral("no-such-cask")});
+    EXPECT_EQ(unknown.exitStatus, 1);
+    EXPECT_EQ(unknown.standardError,
+              QStringLiteral(
+                  "Error: Cask 'no-such-cask' is unavailable: No Cask with this name exists.\n"));
+    const Result absent = fake.run(outdated + QStringList{QStringLiteral("firefox")});
+    EXPECT_EQ(absent.exitStatus, 1);
+    EXPECT_EQ(absent.standardError, QStringLiteral("Error: Cask 'firefox' is not installed.\n"));
 }
 
 TEST(FakeBrew, UpgradeRewritesABinaryInfoPlistAndKeepsItBinary) {
