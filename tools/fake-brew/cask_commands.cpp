@@ -253,8 +253,9 @@ CommandOutcome CaskCommands::outdated(const Request& request) {
         // Printed into a pipe, the real tool leaves out the versions.
         names += line(token);
     }
-    // Like the real tool, finding something outdated ends with status 1.
-    const int status = entries.isEmpty() ? 0 : 1;
+    // Like the real tool, only casks asked for by name and found outdated
+    // end with status 1; a whole listing ends with 0 whatever it finds.
+    const int status = isNamed && !entries.isEmpty() ? 1 : 0;
     if (request.options.contains(QStringLiteral("--json"))) {
         const QJsonObject report{{QStringLiteral("formulae"), QJsonArray()},
                                  {QStringLiteral("casks"), entries}};
