@@ -1,10 +1,12 @@
 #include "sandbox_builder.h"
 
 #include "bundle_version.h"
+#include "core/logger.h"
 #include "core/settings_store.h"
 #include "core/system_layout_file.h"
 #include "loopback_certificates.h"
 #include "sandbox_feeds.h"
+#include "updates/skip_update_service.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -82,6 +84,9 @@ const QString deprecatedCask = u"macdown"_qs;
 const QString manualInstallerCask = u"sequel-ace"_qs;
 const QJsonObject manualInstallerArtifact{
     {u"installer"_qs, QJsonArray{QJsonObject{{u"manual"_qs, u"Sequel Ace Installer.app"_qs}}}}};
+
+// The user once chose not to install the release this bundle's feed offers.
+const QString skippedFeedBundle = u"Hammerspoon.app"_qs;
 
 // The shared catalogue as this Mac's Homebrew and the served endpoint know it.
 QJsonArray sandboxCatalogue(QJsonArray catalogue) {
@@ -326,6 +331,21 @@ void SandboxBuilder::writeSettings() const {
     settings.setBool(QStringLiteral("enableMASSupport"), true);
     settings.setStringList(QStringLiteral("excludedApplications"),
                            {QStringLiteral("org.openemu.OpenEmu")});
+    skipOfferedRelease(settings);
+}
+
+void SandboxBuilder::skipOfferedRelease(SettingsStore& settings) const {
+    const QString bundle = path(QStringLiteral("Applications/")) + skippedFeedBundle;
+    const std::optional<QString> identifier =
+        readInfoPlistText(bundle, QStringLiteral("CFBundleIdentifier"));
+    if (!identifier) {
+        throw SandboxError(QStringLiteral("Cannot read the identifier of %1").arg(bundle));
+    }
+    // The program's own store writes the skip, so that its key and form are
+    // those the program reads; what it logs meanwhile is of no interest here.
+    Logger quiet([](LogLevel, const QString&) {}, settings, path(QStringLiteral("home/Desktop")));
+    SkipUpdateService(quiet, settings)
+        .skipVersion(*identifier, SandboxFeeds(root).offeredVersion(skippedFeedBundle));
 }
 
 void SandboxBuilder::writeCatalogue(const QJsonArray& catalogue) const {

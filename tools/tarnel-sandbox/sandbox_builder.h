@@ -7,6 +7,8 @@
 
 namespace tarnel {
 
+class SettingsStore;
+
 class SandboxError : public std::runtime_error {
 public:
     explicit SandboxError(const QString& message) : std::runtime_error(message.toStdString()) {}
@@ -38,6 +40,7 @@ private:
     void writeBrewState(const QJsonArray& catalogue) const;
     void writeStoreState() const;
     void writeSettings() const;
+    void skipOfferedRelease(SettingsStore& settings) const;
     void writeCatalogue(const QJsonArray& catalogue) const;
     void writeLayout() const;
 
