@@ -1,6 +1,10 @@
 #include "cli_fixture.h"
+#include "core/logger.h"
+#include "core/settings_store.h"
 #include "served_sandbox.h"
+#include "support/log_capture.h"
 #include "support/test_paths.h"
+#include "updates/skip_update_service.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -74,6 +78,40 @@ TEST_F(SandboxFeedUpdate, ACheckPrintsTheNewerReleaseAsJson) {
                     .endsWith(QStringLiteral("/feeds/itsycal-0.15.6.zip")));
     EXPECT_TRUE(update.value(QStringLiteral("publishedDate")).toString().endsWith(u'Z'));
     EXPECT_TRUE(update.value(QStringLiteral("fileSize")).isDouble());
+}
+
+TEST_F(SandboxFeedUpdate, HammerspoonAndIceAreOfferedNewerReleasesToo) {
+    QStringList offers;
+    for (const QString& name : {QStringLiteral("Hammerspoon"), QStringLiteral("Ice")}) {
+        const CliResult result =
+            cli({QStringLiteral("sparkle-check"), name, QStringLiteral("--json")});
+        ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+        const QJsonObject update = QJsonDocument::fromJson(result.output).object();
+        offers << name + u' ' + update.value(QStringLiteral("currentVersion")).toString() +
+                      QStringLiteral(" -> ") +
+                      update.value(QStringLiteral("availableVersion")).toString();
+    }
+    EXPECT_EQ(offers, (QStringList{u"Hammerspoon 1.0.0.5922 -> 1.0.1.5930"_qs,
+                                   u"Ice 0.11.12.1112 -> 0.11.13.1113"_qs}));
+}
+
+TEST_F(SandboxFeedUpdate, TheOneSkippedVersionIsTheReleaseHammerspoonsFeedOffers) {
+    const CliResult result = cli(
+        {QStringLiteral("sparkle-check"), QStringLiteral("Hammerspoon"), QStringLiteral("--json")});
+    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    const QJsonObject update = QJsonDocument::fromJson(result.output).object();
+
+    // Read back through the program's own store, as a discovery reads it.
+    tarnel::SettingsStore settings(root + QStringLiteral("/settings.json"));
+    LogCapture capture;
+    tarnel::Logger logger(capture.sink(), settings, folder.path());
+    const tarnel::SkipUpdateService skipped(logger, settings);
+    EXPECT_TRUE(
+        skipped.isVersionSkipped(update.value(QStringLiteral("bundleIdentifier")).toString(),
+                                 update.value(QStringLiteral("availableVersion")).toString()));
+    const tarnel::SkipUpdateService::SkippedVersions all = skipped.getAllSkippedVersions();
+    EXPECT_EQ(all, (tarnel::SkipUpdateService::SkippedVersions{
+                       {u"org.hammerspoon.Hammerspoon"_qs, {u"1.0.1.5930"_qs}}}));
 }
 
 TEST_F(SandboxFeedUpdate, AFeedWhoseNewestIsOlderHasNoUpdate) {
