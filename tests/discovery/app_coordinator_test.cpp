@@ -40,8 +40,7 @@ QMap<QString, QString> idsByPath(const QList<Application>& applications) {
     return ids;
 }
 
-// Searches that asked `brew` rather than the cache. Each may run `brew`
-// twice, since a reported update ends `outdated` with status 1.
+// Searches that asked `brew` rather than the cache.
 qsizetype homebrewSearches(const CoordinatorSandbox& sandbox) {
     return sandbox.brew.capture.lines().count(
         QStringLiteral("[INFO] Checking for Brew updates..."));
