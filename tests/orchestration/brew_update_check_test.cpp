@@ -338,8 +338,10 @@ TEST_F(BrewUpdateCheck, OfTwoApplicationsAdoptedToOneCaskOnlyTheFirstGetsTheUpda
 }
 
 TEST_F(BrewUpdateCheck, CasksThatNoApplicationTracksAreLeftOutSilently) {
+    // Status 0, so that the runner does not log the output itself.
     answerOutdated(outdatedReport({outdatedEntry(QStringLiteral("stranger"), {"1.0"}, "2.0"),
-                                   outdatedEntry(QStringLiteral("tool"), {"1.0"}, "2.0")}));
+                                   outdatedEntry(QStringLiteral("tool"), {"1.0"}, "2.0")}),
+                   0);
 
     EXPECT_EQ(caskNames(check({tool})), QStringList{QStringLiteral("tool")});
     EXPECT_FALSE(sandbox.brew.capture.containsText(QStringLiteral("stranger")));

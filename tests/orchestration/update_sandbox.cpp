@@ -262,7 +262,7 @@ SparkleService& UpdateSandbox::sparkleService() {
             *feedClient, brew.clock,
             AppcastEngineSettings{.systemVersion = QStringLiteral("15.0.0"),
                                   .preferredLanguages = {QStringLiteral("en")},
-                                  .temporaryDirectory = brew.path(QStringLiteral("feed-tmp")),
+                                  .temporaryDirectory = brew.layout.temporaryDirectory,
                                   .dataDirectory = brew.path(QStringLiteral("data"))});
         sparkle = std::make_unique<SparkleService>(logger, *updaterFactory, brew.clock);
     }
