@@ -59,12 +59,31 @@ protected:
 
     // `brew outdated` answers with these bytes from now on.
     void answerOutdated(const QByteArray& output, int exitStatus = 1) {
-        sandbox.brew.state.setBehaviour(outdatedCommand, brewAnswer(exitStatus, output));
+        sandbox.brew.state.setBehaviour(
+            outdatedCommand, FakeBrewBehaviour{.exitStatus = exitStatus, .standardOutput = output});
     }
 
     // `brew outdated` does its usual work again.
     void restoreOutdated() {
         sandbox.brew.state.setBehaviour(outdatedCommand, FakeBrewBehaviour());
+    }
+
+    // Whether `tool`, reported at these versions, has no update, and the
+    // check says why.
+    testing::AssertionResult findsNoNewerVersion(const QString& installed, const QString& current) {
+        answerOutdated(
+            outdatedReport({outdatedEntry(QStringLiteral("tool"), {installed}, current)}));
+        if (const QList<BrewUpdate> updates = check({tool}); !updates.isEmpty()) {
+            return testing::AssertionFailure()
+                   << "an update to " << updates.first().availableVersion.toStdString();
+        }
+        if (!sandbox.brew.capture.contains(
+                LogLevel::info,
+                QStringLiteral(
+                    "Skipping cask update for tool: versions are the same or not newer"))) {
+            return testing::AssertionFailure() << "no line tells why";
+        }
+        return testing::AssertionSuccess();
     }
 
     qsizetype outdatedRuns() const { return sandbox.brewRuns(outdatedCommand).size(); }
@@ -297,34 +316,15 @@ TEST_F(BrewUpdateCheck, AnEntryWithoutATextNameIsSkippedAndTheOthersStand) {
 }
 
 TEST_F(BrewUpdateCheck, ThePartAfterACommaTakesNoPartInTheOrder) {
-    answerOutdated(outdatedReport(
-        {outdatedEntry(QStringLiteral("tool"), {"1.2.3,4500"}, QStringLiteral("1.2.3,4567"))}));
-
-    EXPECT_TRUE(check({tool}).isEmpty());
-
-    EXPECT_TRUE(sandbox.brew.capture.contains(
-        LogLevel::info,
-        QStringLiteral("Skipping cask update for tool: versions are the same or not newer")));
+    EXPECT_TRUE(findsNoNewerVersion(QStringLiteral("1.2.3,4500"), QStringLiteral("1.2.3,4567")));
 }
 
 TEST_F(BrewUpdateCheck, LatestInstalledWithLatestCurrentIsNoUpdate) {
-    answerOutdated(outdatedReport({outdatedEntry(QStringLiteral("tool"), {"latest"}, "latest")}));
-
-    EXPECT_TRUE(check({tool}).isEmpty());
-
-    EXPECT_TRUE(sandbox.brew.capture.contains(
-        LogLevel::info,
-        QStringLiteral("Skipping cask update for tool: versions are the same or not newer")));
+    EXPECT_TRUE(findsNoNewerVersion(QStringLiteral("latest"), QStringLiteral("latest")));
 }
 
 TEST_F(BrewUpdateCheck, AVersionAgainstALatestWithoutNumbersIsNoUpdate) {
-    answerOutdated(outdatedReport({outdatedEntry(QStringLiteral("tool"), {"1.0"}, "latest")}));
-
-    EXPECT_TRUE(check({tool}).isEmpty());
-
-    EXPECT_TRUE(sandbox.brew.capture.contains(
-        LogLevel::info,
-        QStringLiteral("Skipping cask update for tool: versions are the same or not newer")));
+    EXPECT_TRUE(findsNoNewerVersion(QStringLiteral("1.0"), QStringLiteral("latest")));
 }
 
 TEST_F(BrewUpdateCheck, OfTwoApplicationsAdoptedToOneCaskOnlyTheFirstGetsTheUpdate) {
@@ -439,9 +439,10 @@ TEST_F(BrewUpdateCheck, OutputThatIsNotUtf8CountsAsNoOutdatedCasks) {
 
 TEST_F(BrewUpdateCheck, MegabytesOfOutputThatAreNoJsonFallBackToTheCache) {
     cacheAnUpdateAndOutliveIt();
-    FakeBrewBehaviour chatty = brewAnswer(1, outdatedReport({}));
-    chatty.outputMegabytes = 4;
-    sandbox.brew.state.setBehaviour(outdatedCommand, chatty);
+    sandbox.brew.state.setBehaviour(
+        outdatedCommand,
+        FakeBrewBehaviour{
+            .exitStatus = 1, .standardOutput = outdatedReport({}), .outputMegabytes = 4});
 
     EXPECT_EQ(caskNames(check({tool})), QStringList{QStringLiteral("tool")});
 

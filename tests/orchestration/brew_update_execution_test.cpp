@@ -59,6 +59,13 @@ protected:
         await(sandbox.updateService().updateViaBrew(pending, hasAdminPermission));
     }
 
+    // The upgrade without administrator rights, for a caller of its own.
+    TaskHandle<> startUpgrade() {
+        return startTask([&service = sandbox.updateService(), update = pending] {
+            return service.updateViaBrew(update, false);
+        });
+    }
+
     std::optional<BrewError> upgradeError(bool hasAdminPermission) {
         try {
             upgrade(hasAdminPermission);
@@ -85,21 +92,30 @@ protected:
         return runs;
     }
 
+    // Milliseconds from the end of the clean-up to the start of the upgrade.
+    qint64 pauseAfterCleanUp() const {
+        const QList<FakeBrewInvocation> cleanup = runsWith(cleanupArguments);
+        const QList<FakeBrewInvocation> upgrade = runsWith(upgradeArguments);
+        EXPECT_EQ(cleanup.size(), 1);
+        EXPECT_EQ(upgrade.size(), 1);
+        if (cleanup.isEmpty() || upgrade.isEmpty()) {
+            return -1;
+        }
+        return upgrade.first().startedAt - cleanup.first().endedAt;
+    }
+
     // Every `upgrade` run fails with `standardError`.
     void failUpgrades(const QByteArray& standardError) {
-        sandbox.brew.state.setBehaviour(upgradeCommand, brewAnswer(1, {}, standardError));
+        sandbox.brew.state.setBehaviour(
+            upgradeCommand, FakeBrewBehaviour{.exitStatus = 1, .standardError = standardError});
     }
 
     // Runs the upgrade for a caller of its own, cancels that caller while the
     // step with `arguments` runs, and waits for the caller to end.
     void cancelTheCallerDuring(const QStringList& arguments) {
-        sandbox.brew.state.setBehaviour(arguments.first(), slowBrew(1000));
-        const BrewUpdate update = pending;
-        UpdateService& service = sandbox.updateService();
-        const TaskHandle<> caller =
-            TaskHandle<>::start([&service, update](const CancellationToken&) {
-                return service.updateViaBrew(update, false);
-            });
+        sandbox.brew.state.setBehaviour(arguments.first(),
+                                        FakeBrewBehaviour{.delayMilliseconds = 1000});
+        const TaskHandle<> caller = startUpgrade();
         ASSERT_TRUE(waitUntil([&] { return sandbox.logLines().contains(startLine(arguments)); }));
         ASSERT_TRUE(runsWith(arguments).isEmpty()) << "the step ended before the cancel";
         caller.cancel();
@@ -173,24 +189,18 @@ TEST_F(BrewUpdateExecution, LogsEachStepInOrder) {
 TEST_F(BrewUpdateExecution, WaitsHalfASecondBetweenTheCleanUpAndTheUpgrade) {
     upgrade();
 
-    const QList<FakeBrewInvocation> cleanup = runsWith(cleanupArguments);
-    const QList<FakeBrewInvocation> upgrade = runsWith(upgradeArguments);
-    ASSERT_EQ(cleanup.size(), 1);
-    ASSERT_EQ(upgrade.size(), 1);
-    EXPECT_GE(upgrade.first().startedAt - cleanup.first().endedAt, 500);
+    EXPECT_GE(pauseAfterCleanUp(), 500);
 }
 
 TEST_F(BrewUpdateExecution, AFailingCleanUpDelaysTheUpgradeJustTheSame) {
-    sandbox.brew.state.setBehaviour(cleanupCommand,
-                                    brewAnswer(1, {}, "Error: Permission denied @ apply2files"));
+    sandbox.brew.state.setBehaviour(
+        cleanupCommand,
+        FakeBrewBehaviour{.exitStatus = 1,
+                          .standardError = "Error: Permission denied @ apply2files"});
 
     upgrade();
 
-    const QList<FakeBrewInvocation> cleanup = runsWith(cleanupArguments);
-    const QList<FakeBrewInvocation> upgrade = runsWith(upgradeArguments);
-    ASSERT_EQ(cleanup.size(), 1);
-    ASSERT_EQ(upgrade.size(), 1);
-    EXPECT_GE(upgrade.first().startedAt - cleanup.first().endedAt, 500);
+    EXPECT_GE(pauseAfterCleanUp(), 500);
     EXPECT_TRUE(sandbox.brew.capture.contains(
         LogLevel::warning, QStringLiteral("Cleanup failed for tool, continuing anyway: "
                                           "Administrator privileges required but permission not "
@@ -199,8 +209,11 @@ TEST_F(BrewUpdateExecution, AFailingCleanUpDelaysTheUpgradeJustTheSame) {
 }
 
 TEST_F(BrewUpdateExecution, TheCleanUpAndTheVerificationNeverAskForAdministratorRights) {
-    sandbox.brew.state.setBehaviour(cleanupCommand, brewAnswer(1, {}, "Error: cleanup failed"));
-    sandbox.brew.state.setBehaviour(outdatedCommand, brewAnswer(1, "tool (1.0) != 2.0"));
+    sandbox.brew.state.setBehaviour(
+        cleanupCommand,
+        FakeBrewBehaviour{.exitStatus = 1, .standardError = "Error: cleanup failed"});
+    sandbox.brew.state.setBehaviour(
+        outdatedCommand, FakeBrewBehaviour{.exitStatus = 1, .standardOutput = "tool (1.0) != 2.0"});
 
     upgrade(true);
 
@@ -213,12 +226,9 @@ TEST_F(BrewUpdateExecution, TheCleanUpAndTheVerificationNeverAskForAdministrator
 }
 
 TEST_F(BrewUpdateExecution, ASecondUpgradeDuringTheFirstReturnsAtOnceWithAWarning) {
-    sandbox.brew.state.setBehaviour(cleanupCommand, slowBrew(500));
-    const BrewUpdate update = pending;
+    sandbox.brew.state.setBehaviour(cleanupCommand, FakeBrewBehaviour{.delayMilliseconds = 500});
     UpdateService& service = sandbox.updateService();
-    const TaskHandle<> first = TaskHandle<>::start([&service, update](const CancellationToken&) {
-        return service.updateViaBrew(update, false);
-    });
+    const TaskHandle<> first = startUpgrade();
     ASSERT_TRUE(service.isBrewUpdateRunning(tool.id));
 
     upgrade();
@@ -242,7 +252,8 @@ TEST_F(BrewUpdateExecution, ASuccessRemovesThePendingUpdateFromTheCache) {
 
 TEST_F(BrewUpdateExecution, AnUpgradeThatLeavesTheCaskOutdatedStillSucceedsWithAWarning) {
     // The upgrade says it succeeded but changes nothing, so the cask stays outdated.
-    sandbox.brew.state.setBehaviour(upgradeCommand, brewAnswer(0, "==> Upgrading tool"));
+    sandbox.brew.state.setBehaviour(
+        upgradeCommand, FakeBrewBehaviour{.exitStatus = 0, .standardOutput = "==> Upgrading tool"});
 
     upgrade();
 
@@ -257,7 +268,9 @@ TEST_F(BrewUpdateExecution, AnUpgradeThatLeavesTheCaskOutdatedStillSucceedsWithA
 }
 
 TEST_F(BrewUpdateExecution, AVerificationNamingTheCaskInsideALongerTokenCountsAsOutdated) {
-    sandbox.brew.state.setBehaviour(outdatedCommand, brewAnswer(1, "toolbox (1.0) != 2.0\n"));
+    sandbox.brew.state.setBehaviour(
+        outdatedCommand,
+        FakeBrewBehaviour{.exitStatus = 1, .standardOutput = "toolbox (1.0) != 2.0\n"});
 
     upgrade();
 
@@ -268,7 +281,8 @@ TEST_F(BrewUpdateExecution, AVerificationNamingTheCaskInsideALongerTokenCountsAs
 }
 
 TEST_F(BrewUpdateExecution, AVerificationThatCannotRunLeavesTheUpgradeASuccess) {
-    sandbox.brew.state.setBehaviour(outdatedCommand, brewAnswer(2, "", "Error: broken"));
+    sandbox.brew.state.setBehaviour(
+        outdatedCommand, FakeBrewBehaviour{.exitStatus = 2, .standardError = "Error: broken"});
 
     upgrade();
 
@@ -299,8 +313,9 @@ TEST_F(BrewUpdateExecution, AFailureWithoutThePermissionIsThrownAsItCameAndKeeps
 }
 
 TEST_F(BrewUpdateExecution, WithThePermissionAFailedUpgradeIsRetriedWithAdministratorRights) {
-    sandbox.brew.state.setBehaviours(upgradeCommand,
-                                     {brewAnswer(1, {}, "Error: needs sudo"), FakeBrewBehaviour()});
+    sandbox.brew.state.setBehaviours(
+        upgradeCommand, {FakeBrewBehaviour{.exitStatus = 1, .standardError = "Error: needs sudo"},
+                         FakeBrewBehaviour()});
 
     upgrade(true);
 
@@ -363,7 +378,9 @@ TEST_F(BrewUpdateExecution, APasswordRequiredWithACapitalSIsThrownAsItCame) {
 
 TEST_F(BrewUpdateExecution, AfterAFailedUpgradeARetryStartsNormally) {
     sandbox.brew.state.setBehaviours(
-        upgradeCommand, {brewAnswer(1, {}, "Error: Download failed"), FakeBrewBehaviour()});
+        upgradeCommand,
+        {FakeBrewBehaviour{.exitStatus = 1, .standardError = "Error: Download failed"},
+         FakeBrewBehaviour()});
     ASSERT_TRUE(upgradeError(false));
     EXPECT_FALSE(sandbox.updateService().isBrewUpdateRunning(tool.id));
     EXPECT_TRUE(sandbox.brew.capture.contains(

@@ -24,9 +24,7 @@ protected:
     void install() { await(sandbox.updateService().updateViaSparkle(editor)); }
 
     TaskHandle<> startInstall() {
-        UpdateService& service = sandbox.updateService();
-        const Application application = editor;
-        return TaskHandle<>::start([&service, application](const CancellationToken&) {
+        return startTask([&service = sandbox.updateService(), application = editor] {
             return service.updateViaSparkle(application);
         });
     }

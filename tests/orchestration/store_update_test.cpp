@@ -188,12 +188,11 @@ TEST_F(StoreUpdates, AfterASuccessfulUpgradeTheNextCheckAsksMasAgainAtOnce) {
 TEST_F(StoreUpdates, TwoUpgradesOfOneApplicationBothRunOneAfterTheOther) {
     const MASUpdate update = pendingUpdateOfOne();
     sandbox.mas.delayCommand(QStringLiteral("upgrade"), 300ms);
-    UpdateService& service = sandbox.updateService();
-    const auto upgradeOnce = [&service, update](const CancellationToken&) {
+    const auto upgradeOnce = [&service = sandbox.updateService(), update] {
         return service.updateViaMAS(update);
     };
-    const TaskHandle<> first = TaskHandle<>::start(upgradeOnce);
-    const TaskHandle<> second = TaskHandle<>::start(upgradeOnce);
+    const TaskHandle<> first = startTask(upgradeOnce);
+    const TaskHandle<> second = startTask(upgradeOnce);
 
     EXPECT_NO_THROW(await(first.result()));
     EXPECT_NO_THROW(await(second.result()));

@@ -40,11 +40,6 @@ protected:
     QList<SparkleUpdate> feedUpdates(const QList<Application>& applications) {
         return await(sandbox.updateService().checkSparkleUpdates(applications));
     }
-    bool waitForTheFeedServiceToClear() {
-        return waitUntil([&] {
-            return sandbox.logLines().contains(infoLine(QStringLiteral("Sparkle cache cleared")));
-        });
-    }
 
     UpdateSandbox sandbox;
     // Managed by cask "tool": 1.0 installed, 2.0 in the catalogue.
@@ -201,7 +196,7 @@ TEST_F(UpdateCaches, RefreshingTheFeedCacheAsksTheFeedAgain) {
     feedUpdates({editor});
 
     sandbox.updateService().refreshSparkleCache();
-    ASSERT_TRUE(waitForTheFeedServiceToClear());
+    ASSERT_TRUE(sandbox.waitForTheFeedServiceToClear());
 
     EXPECT_EQ(feedUpdates({editor}).size(), 1);
     EXPECT_EQ(sandbox.feedRequests(editor), 2);
@@ -212,11 +207,8 @@ TEST_F(UpdateCaches, RefreshingTheFeedCacheAsksTheFeedAgain) {
 
 TEST_F(UpdateCaches, RefreshingTheFeedCacheCancelsARunningInstall) {
     UpdateService& service = sandbox.updateService();
-    const Application application = editor;
-    const TaskHandle<> install =
-        TaskHandle<>::start([&service, application](const CancellationToken&) {
-            return service.updateViaSparkle(application);
-        });
+    const TaskHandle<> install = startTask(
+        [&service, application = editor] { return service.updateViaSparkle(application); });
     ASSERT_TRUE(waitUntil([&] { return sandbox.sparkleService().isUpdating(editor.id); }));
 
     service.refreshSparkleCache();

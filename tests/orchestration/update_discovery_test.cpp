@@ -39,9 +39,8 @@ protected:
     UpdateLists discover() { return await(startDiscovery().result()); }
 
     TaskHandle<UpdateLists> startDiscovery() {
-        UpdateService& service = sandbox.updateService();
-        const QList<Application> applications{tool, editor, one};
-        return TaskHandle<UpdateLists>::start([&service, applications](const CancellationToken&) {
+        return startTask([&service = sandbox.updateService(),
+                          applications = QList<Application>{tool, editor, one}] {
             return service.discoverAllUpdates(applications, false);
         });
     }
@@ -116,7 +115,8 @@ TEST_F(UpdateDiscovery, AsksBrewAndTheFeedsSideBySide) {
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
     });
-    sandbox.brew.state.setBehaviour(QStringLiteral("outdated"), slowBrew(2000));
+    sandbox.brew.state.setBehaviour(QStringLiteral("outdated"),
+                                    FakeBrewBehaviour{.delayMilliseconds = 2000});
 
     EXPECT_EQ(applicationIds(discover()), everyUpdate().mid(0, 2));
 
@@ -244,9 +244,7 @@ TEST_F(UpdateDiscovery, AfterClearingEveryCacheEverySourceIsAskedAgain) {
     discover();
 
     await(sandbox.updateService().clearAllUpdateCaches());
-    ASSERT_TRUE(waitUntil([&] {
-        return sandbox.logLines().contains(infoLine(QStringLiteral("Sparkle cache cleared")));
-    }));
+    ASSERT_TRUE(sandbox.waitForTheFeedServiceToClear());
 
     EXPECT_EQ(applicationIds(discover()), everyUpdate());
     EXPECT_EQ(outdatedRuns(), 2);
@@ -258,9 +256,7 @@ TEST_F(UpdateDiscovery, ClearingEveryCacheTellsOfTheFeedsBeforeTheirServiceIsCle
     discover();
 
     await(sandbox.updateService().clearAllUpdateCaches());
-    ASSERT_TRUE(waitUntil([&] {
-        return sandbox.logLines().contains(infoLine(QStringLiteral("Sparkle cache cleared")));
-    }));
+    ASSERT_TRUE(sandbox.waitForTheFeedServiceToClear());
 
     EXPECT_TRUE(containsInOrder(sandbox.logLines(),
                                 {infoLine(QStringLiteral("Brew update cache refreshed")),
@@ -273,7 +269,8 @@ TEST_F(UpdateDiscovery, ClearingEveryCacheTellsOfTheFeedsBeforeTheirServiceIsCle
 }
 
 TEST_F(UpdateDiscovery, TwoDiscoveriesStartedCloseTogetherBothDoTheFullWork) {
-    sandbox.brew.state.setBehaviour(QStringLiteral("outdated"), slowBrew(500));
+    sandbox.brew.state.setBehaviour(QStringLiteral("outdated"),
+                                    FakeBrewBehaviour{.delayMilliseconds = 500});
 
     const TaskHandle<UpdateLists> first = startDiscovery();
     const TaskHandle<UpdateLists> second = startDiscovery();
@@ -291,7 +288,9 @@ TEST_F(UpdateDiscovery, TwoDiscoveriesStartedCloseTogetherBothDoTheFullWork) {
 
 TEST_F(UpdateDiscovery, AFailedBrewCheckEndsTheDiscovery) {
     sandbox.setStoreSupport(true);
-    sandbox.brew.state.setBehaviour(QStringLiteral("outdated"), brewAnswer(2, "", "Error: broken"));
+    sandbox.brew.state.setBehaviour(
+        QStringLiteral("outdated"),
+        FakeBrewBehaviour{.exitStatus = 2, .standardError = "Error: broken"});
 
     EXPECT_THROW(discover(), BrewError);
 

@@ -9,7 +9,6 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTest>
 #include <QThreadPool>
 #include <QUuid>
@@ -29,22 +28,6 @@ void writeBytes(const QString& path, const QByteArray& bytes) {
         file.write(bytes) != bytes.size()) {
         ADD_FAILURE() << "cannot write " << path.toStdString();
     }
-}
-
-void copyBundle(const QString& source, const QString& destination) {
-    QDir(destination).removeRecursively();
-    QDir().mkpath(QFileInfo(destination).path());
-    // `cp -a` keeps links and modes as the bundle has them.
-    if (QProcess::execute(QStringLiteral("cp"), {QStringLiteral("-a"), source, destination}) != 0) {
-        ADD_FAILURE() << "cannot copy " << source.toStdString();
-    }
-}
-
-ServedRoute servedFile(const QString& path, QByteArray contentType) {
-    ServedRoute route = ServedRoute::file(path);
-    route.contentType = std::move(contentType);
-    route.isCompressible = false;
-    return route;
 }
 
 }  // namespace
@@ -72,25 +55,33 @@ UpdateSandbox::~UpdateSandbox() {
     QThreadPool::globalInstance()->waitForDone();
 }
 
-Application UpdateSandbox::addApplication(const QString& name, const BundleVersion& version) {
-    const QString bundle =
-        QDir(brew.layout.applicationsDirectory).filePath(name + QStringLiteral(".app"));
-    const QString buildVersion = version.buildVersion.value_or(version.shortVersion);
-    const QString identifier = QStringLiteral("org.example.") + lowerName(name);
+QString UpdateSandbox::writeBundle(const QString& folder, const QString& name,
+                                   const BundleVersion& version,
+                                   const QMap<QString, QString>& texts) {
+    const QString bundle = QDir(folder).filePath(name + QStringLiteral(".app"));
     const QString executable = bundle + QStringLiteral("/Contents/MacOS/") + name;
     writeBytes(executable, "#!/bin/sh\nexit 0\n");
     QFile::setPermissions(executable, QFile::permissions(executable) | QFileDevice::ExeOwner);
-    if (!writeBundleVersion(bundle, {version.shortVersion, buildVersion}) ||
-        !writeInfoPlistTexts(bundle, {{QStringLiteral("CFBundleIdentifier"), identifier},
-                                      {QStringLiteral("CFBundleExecutable"), name}})) {
+    QMap<QString, QString> entries = texts;
+    entries.insert(QStringLiteral("CFBundleIdentifier"),
+                   QStringLiteral("org.example.") + lowerName(name));
+    entries.insert(QStringLiteral("CFBundleExecutable"), name);
+    if (!writeBundleVersion(bundle, version) || !writeInfoPlistTexts(bundle, entries)) {
         ADD_FAILURE() << "cannot write the Info.plist of " << bundle.toStdString();
     }
+    return bundle;
+}
+
+Application UpdateSandbox::addApplication(const QString& name, const BundleVersion& version) {
+    const QString buildVersion = version.buildVersion.value_or(version.shortVersion);
+    const QString bundle = writeBundle(brew.layout.applicationsDirectory, name,
+                                       {version.shortVersion, buildVersion}, {});
     Application application;
     application.id = QUuid::createUuid().toString(QUuid::WithoutBraces);
     application.name = name;
     application.displayName = name;
     application.bundlePath = QFileInfo(bundle).canonicalFilePath();
-    application.bundleIdentifier = identifier;
+    application.bundleIdentifier = QStringLiteral("org.example.") + lowerName(name);
     application.bundleVersion = buildVersion;
     application.shortVersion = version.shortVersion;
     return application;
@@ -140,16 +131,16 @@ void UpdateSandbox::publishFeed(Application& application, const BundleVersion& a
                                 FeedSigner signer) {
     QUrl feedUrl = server.baseUrl();
     feedUrl.setPath(feedPath(application));
-    const QString publicKey = publisher.publicKeyBase64();
-    writeInfoPlistTexts(application.bundlePath, {{QStringLiteral("SUFeedURL"), feedUrl.toString()},
-                                                 {QStringLiteral("SUPublicEDKey"), publicKey}});
-    application.sparkleInfo = SparkleInfo{.feedURL = feedUrl.toString(), .publicKey = publicKey};
+    const QMap<QString, QString> feedKeys{
+        {QStringLiteral("SUFeedURL"), feedUrl.toString()},
+        {QStringLiteral("SUPublicEDKey"), publisher.publicKeyBase64()}};
+    writeInfoPlistTexts(application.bundlePath, feedKeys);
+    application.sparkleInfo =
+        SparkleInfo{.feedURL = feedUrl.toString(), .publicKey = publisher.publicKeyBase64()};
 
     const QString name = lowerName(application.name);
-    const QString release =
-        serverFolder.filePath(QStringLiteral("releases/%1/%2.app").arg(name, application.name));
-    copyBundle(application.bundlePath, release);
-    writeBundleVersion(release, available);
+    const QString release = writeBundle(serverFolder.filePath(QStringLiteral("releases/") + name),
+                                        application.name, available, feedKeys);
     const QString archiveName = QStringLiteral("%1-%2.zip").arg(name, available.shortVersion);
     const QString archive = serverFolder.filePath(QStringLiteral("www/") + archiveName);
     QDir().mkpath(QFileInfo(archive).path());
@@ -169,9 +160,14 @@ void UpdateSandbox::publishFeed(Application& application, const BundleVersion& a
     published.description = QStringLiteral("<p>Fixes.</p>");
     const QString feed = serverFolder.filePath(QStringLiteral("www/%1.xml").arg(name));
     writeBytes(feed, writeAppcastFeed(published.title, {published}));
-    server.setRoute(feedPath(application), servedFile(feed, "application/rss+xml"));
-    server.setRoute(QStringLiteral("/feeds/") + archiveName,
-                    servedFile(archive, "application/octet-stream"));
+    ServedRoute feedRoute = ServedRoute::file(feed);
+    feedRoute.contentType = "application/rss+xml";
+    server.setRoute(feedPath(application), feedRoute);
+    // The enclosure's length counts the archive's bytes as published.
+    ServedRoute archiveRoute = ServedRoute::file(archive);
+    archiveRoute.contentType = "application/octet-stream";
+    archiveRoute.isCompressible = false;
+    server.setRoute(QStringLiteral("/feeds/") + archiveName, archiveRoute);
 }
 
 Application UpdateSandbox::addFeedApplication(const QString& name, const BundleVersion& installed,
@@ -232,6 +228,11 @@ BundleVersion UpdateSandbox::bundleVersion(const Application& application) {
     return readBundleVersion(application.bundlePath).value_or(BundleVersion{});
 }
 
+bool UpdateSandbox::waitForTheFeedServiceToClear() const {
+    return waitUntil(
+        [this] { return logLines().contains(infoLine(QStringLiteral("Sparkle cache cleared"))); });
+}
+
 QStringList UpdateSandbox::logLines() const {
     return brew.capture.lines();
 }
@@ -283,21 +284,6 @@ UpdateService& UpdateSandbox::updateService() {
                                                   masService(), settings, brew.clock);
     }
     return *updates;
-}
-
-FakeBrewBehaviour brewAnswer(int exitStatus, const QByteArray& standardOutput,
-                             const QByteArray& standardError) {
-    FakeBrewBehaviour behaviour;
-    behaviour.exitStatus = exitStatus;
-    behaviour.standardOutput = standardOutput;
-    behaviour.standardError = standardError;
-    return behaviour;
-}
-
-FakeBrewBehaviour slowBrew(int milliseconds) {
-    FakeBrewBehaviour behaviour;
-    behaviour.delayMilliseconds = milliseconds;
-    return behaviour;
 }
 
 QString infoLine(const QString& message) {

@@ -8,6 +8,7 @@
 #include "support/fake_brew_state.h"
 #include "support/fake_mas_state.h"
 
+#include "core/async/task_handle.h"
 #include "core/logger.h"
 #include "core/records/application.h"
 #include "core/records/update_state.h"
@@ -88,6 +89,9 @@ public:
     QStringList logLines() const;
     // How many captured lines are exactly `line`.
     qsizetype logCount(const QString& line) const;
+    // Waits until the feed service has been cleared, which the update
+    // service leaves to the event loop.
+    bool waitForTheFeedServiceToClear() const;
 
     tarnel::BrewService& brewService();
     tarnel::CaskService& caskService();
@@ -111,6 +115,11 @@ public:
 
 private:
     QString feedPath(const tarnel::Application& application) const;
+    // Writes a bundle "{name}.app" under `folder` at `version`, with these
+    // further Info.plist texts, and gives its path.
+    static QString writeBundle(const QString& folder, const QString& name,
+                               const tarnel::BundleVersion& version,
+                               const QMap<QString, QString>& texts);
 
     std::unique_ptr<tarnel::HttpsClient> feedClient;
     std::unique_ptr<tarnel::AppcastUpdaterFactory> updaterFactory;
@@ -119,12 +128,6 @@ private:
     std::unique_ptr<tarnel::MASService> store;
     std::unique_ptr<tarnel::UpdateService> updates;
 };
-
-// What a fake-brew command does instead of its work.
-FakeBrewBehaviour brewAnswer(int exitStatus, const QByteArray& standardOutput,
-                             const QByteArray& standardError = {});
-// The command's usual work, after `milliseconds`.
-FakeBrewBehaviour slowBrew(int milliseconds);
 
 // A log line as the capture holds it.
 QString infoLine(const QString& message);
@@ -137,6 +140,17 @@ testing::AssertionResult containsInOrder(const QStringList& lines, const QString
 // Runs the event loop until `condition` holds. False only when it still does
 // not after a limit that only a fault reaches.
 bool waitUntil(const std::function<bool()>& condition);
+
+// Runs `operation` as the body of a task of its own, as a caller that may be
+// cancelled runs it; the task ignores its cancellation.
+template <typename Operation>
+auto startTask(Operation operation) {
+    using Result = typename decltype(operation())::value_type;
+    return tarnel::TaskHandle<Result>::start(
+        [operation = std::move(operation)](const tarnel::CancellationToken&) {
+            return operation();
+        });
+}
 
 // A progress handler that keeps every state it is told.
 tarnel::ProgressHandler recordStates(QList<tarnel::UpdateState>& states);
