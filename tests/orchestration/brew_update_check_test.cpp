@@ -347,6 +347,12 @@ TEST_F(BrewUpdateCheck, CasksThatNoApplicationTracksAreLeftOutSilently) {
     EXPECT_FALSE(sandbox.brew.capture.containsText(QStringLiteral("stranger")));
 }
 
+TEST_F(BrewUpdateCheck, ACaskNameMatchesOnlyLetterForLetter) {
+    answerOutdated(outdatedReport({outdatedEntry(QStringLiteral("Tool"), {"1.0"}, "2.0")}));
+
+    EXPECT_TRUE(check({tool}).isEmpty());
+}
+
 TEST_F(BrewUpdateCheck, ANullRootWithNothingCachedFailsAndIsAskedForAgain) {
     answerOutdated("null", 0);
 
@@ -410,6 +416,8 @@ TEST_F(BrewUpdateCheck, AnArrayOfOtherThanObjectsIsAnUnexpectedStructure) {
     EXPECT_TRUE(containsInOrder(
         sandbox.logLines(),
         {errorLine(QStringLiteral("Unexpected JSON structure - not an object or array")),
+         errorLine(QStringLiteral("JSON parsing error: Homebrew command failed: Unexpected JSON "
+                                  "structure from brew outdated")),
          warningLine(QStringLiteral("JSON parsing failed and no cached data available, will "
                                     "retry on next request"))}));
 }
