@@ -7,14 +7,14 @@
 #include "support/await.h"
 
 #include <QDateTime>
-#include <QElapsedTimer>
+#include <QFile>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
 #include <memory>
-#include <thread>
 
 using namespace tarnel;
 
@@ -92,39 +92,32 @@ TEST_F(UpdateDiscovery, WithStoreSupportEverySourceAnswers) {
 }
 
 TEST_F(UpdateDiscovery, AsksBrewAndTheFeedsSideBySide) {
-    // The feed is held until `brew` has ended; asked one after the other, the
-    // feed would come after `brew`, or `brew` would never end while it is held.
-    struct Observation {
-        std::atomic<qint64> feedAskedAt{0};
-        std::atomic<bool> isReleasedByBrew{false};
+    // `brew` is held until the feed is asked for; asked one after the other,
+    // the feed would come only after `brew`, which only the guard would free.
+    const QString release = sandbox.brew.path(QStringLiteral("release-outdated"));
+    const auto feedAskedAt = std::make_shared<std::atomic<qint64>>(0);
+    const auto releaseBrew = [release] {
+        QFile file(release);
+        file.open(QIODevice::WriteOnly);
     };
-    const auto observation = std::make_shared<Observation>();
-    const FakeBrewState& brewState = sandbox.brew.state;
-    sandbox.server.setRequestObserver([observation, &brewState](const ServedRequest& request) {
-        if (!request.path.endsWith(QStringLiteral("editor.xml"))) {
-            return;
-        }
-        observation->feedAskedAt = QDateTime::currentMSecsSinceEpoch();
-        QElapsedTimer held;
-        held.start();
-        while (held.elapsed() < 30000) {
-            if (!brewState.invocations().isEmpty()) {
-                observation->isReleasedByBrew = true;
-                return;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    sandbox.server.setRequestObserver([feedAskedAt, releaseBrew](const ServedRequest& request) {
+        if (request.path.endsWith(QStringLiteral("editor.xml"))) {
+            *feedAskedAt = QDateTime::currentMSecsSinceEpoch();
+            releaseBrew();
         }
     });
     sandbox.brew.state.setBehaviour(QStringLiteral("outdated"),
-                                    FakeBrewBehaviour{.delayMilliseconds = 2000});
+                                    FakeBrewBehaviour{.heldUntil = release});
+    QObject guard;
+    QTimer::singleShot(std::chrono::seconds(30), &guard, releaseBrew);
 
     EXPECT_EQ(applicationIds(discover()), everyUpdate().mid(0, 2));
 
     sandbox.server.setRequestObserver({});
     const QList<FakeBrewInvocation> runs = sandbox.brewRuns(QStringLiteral("outdated"));
     ASSERT_EQ(runs.size(), 1);
-    EXPECT_TRUE(observation->isReleasedByBrew);
-    EXPECT_LT(observation->feedAskedAt.load(), runs.first().endedAt);
+    ASSERT_NE(feedAskedAt->load(), 0);
+    EXPECT_LT(feedAskedAt->load(), runs.first().endedAt);
 }
 
 TEST_F(UpdateDiscovery, AsksTheStoreAfterBrewAndTheFeeds) {
