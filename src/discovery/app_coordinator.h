@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/async/cancellation_token.h"
 #include "core/records/application.h"
 #include "discovery/discovery_outcome.h"
 #include "discovery/discovery_service.h"
@@ -7,6 +8,7 @@
 #include <QList>
 
 #include <chrono>
+#include <functional>
 
 #include <qcoro/qcorotask.h>
 
@@ -35,12 +37,23 @@ public:
     // Never throws; a failure is only logged.
     QCoro::Task<> updateHomebrewQuietly();
     // Starts the update search of the list already known after `delay`; its
-    // results stay only in the update caches. Never throws.
-    QCoro::Task<> earlyUpdateCheck(std::chrono::milliseconds delay);
+    // results stay only in the update caches. Never throws. Cancelling only
+    // cuts the delay short.
+    QCoro::Task<> earlyUpdateCheck(std::chrono::milliseconds delay, CancellationToken token = {});
 
     const QList<Application>& currentApplications() const { return applications; }
 
 private:
+    using Keeping = std::function<QList<Application>(QList<Application> discovered)>;
+
+    // Runs the discovery beside the early update search, stores what `keep`
+    // makes of its result, then waits for the early search. When the
+    // discovery fails, the early search is ended first and the list stays.
+    QCoro::Task<> discoverBesideEarlyCheck(DiscoveryService::ProgressCallback progress,
+                                           std::chrono::milliseconds delay, Keeping keep);
+    // The full update search over the stored list.
+    QCoro::Task<DiscoveryOutcome> withUpdates();
+
     Logger& logger;
     DiscoveryService& discoveryService;
     UpdateService& updateService;

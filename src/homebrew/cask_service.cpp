@@ -85,6 +85,11 @@ QCoro::Task<std::shared_ptr<const CaskIndex>> CaskService::fetchCasks(bool inclu
     co_return index;
 }
 
+void CaskService::clearInstalledCasksCache() {
+    cachedInstalledCasks.reset();
+    lastInstalledCacheUpdate.reset();
+}
+
 QCoro::Task<QStringList> CaskService::fetchInstalledCasks() {
     if (cachedInstalledCasks && clock.isWithin(lastInstalledCacheUpdate, installedLifetime)) {
         co_return QStringList(*cachedInstalledCasks);

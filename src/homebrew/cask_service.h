@@ -38,6 +38,8 @@ public:
     // The tokens `brew list --cask` prints, kept for 5 minutes.
     QCoro::Task<QStringList> fetchInstalledCasks();
     QCoro::Task<std::optional<Cask>> findCaskByToken(QString token);
+    // Forgets the installed casks, so that the next question runs `brew list`.
+    void clearInstalledCasksCache();
 
     const CaskLocations& locations() const { return places; }
 

@@ -12,6 +12,7 @@
 #include <QHash>
 #include <QList>
 #include <QMap>
+#include <QObject>
 #include <QString>
 
 #include <optional>
@@ -20,6 +21,7 @@
 
 namespace tarnel {
 
+struct BrewOutdatedReport;
 class BrewService;
 class CaskService;
 class Clock;
@@ -83,6 +85,9 @@ public:
     QCoro::Task<> clearAllUpdateCaches();
 
 private:
+    QList<BrewUpdate> readOutdatedReport(const BrewOutdatedReport& report,
+                                         const QList<Application>& candidates);
+    bool isSkipped(const QString& bundleIdentifier, const QString& version);
     QCoro::Task<> runBrewUpdate(BrewUpdate update, bool hasAdminPermission);
     QCoro::Task<> cleanupBeforeUpgrade(QString caskName);
     QCoro::Task<bool> verifyUpdateSucceeded(QString caskName);
@@ -104,6 +109,8 @@ private:
     std::optional<QDateTime> lastSparkleUpdateCheck;
     QHash<QString, TaskHandle<>> activeBrewUpdates;
     QHash<QString, TaskHandle<>> activeSparkleUpdates;
+    // Ends the deferred clearing of the feed service with this service.
+    QObject lifetime;
 };
 
 }  // namespace tarnel
