@@ -7,27 +7,17 @@
 // the engine parses on the worker pool and the server answers on its own
 // threads; and the processor time of the whole process beside it.
 
-#include "core/logger.h"
-#include "core/settings_store.h"
 #include "core/system_clock.h"
-#include "core/system_layout.h"
-#include "feed_publisher.h"
-#include "feed_signing_key.h"
-#include "loopback_certificates.h"
-#include "loopback_https_server.h"
+#include "feed_sandbox.h"
 #include "platform/appcast/appcast_updater_factory.h"
 #include "platform/https_client.h"
 #include "round_timer.h"
 #include "updates/sparkle_service.h"
 
-#include <QDir>
-#include <QTemporaryDir>
-
 #include "event_loop_main.h"
 
 #include <benchmark/benchmark.h>
 
-#include <cstdio>
 #include <memory>
 
 #include <qcoro/qcorotask.h>
@@ -38,66 +28,23 @@ namespace {
 
 constexpr int applicationCount = 100;
 
-// A failed check tells why; the routine lines would bury the table.
-void warningsOnStandardError(LogLevel level, const QString& line) {
-    if (level != LogLevel::info) {
-        std::fprintf(stderr, "%s\n", qPrintable(line));
-    }
-}
-
 // The 100 bundles, their feeds on a loopback server and the applications as
 // discovery reads them, made once.
 struct Machine {
-    Machine()
-        : certificates(LoopbackCertificates::create(root.filePath(QStringLiteral("tls")))),
-          server(certificates),
-          settings(root.filePath(QStringLiteral("settings.json"))),
-          logger(warningsOnStandardError, settings, root.filePath(QStringLiteral("Desktop"))) {
-        if (!server.start()) {
-            failSetup("the loopback server did not start");
-        }
-        layout.applicationsDirectory = root.filePath(QStringLiteral("Applications"));
-        layout.temporaryDirectory = root.filePath(QStringLiteral("tmp"));
-        layout.dataDirectory = root.filePath(QStringLiteral("data"));
-        layout.extraTrustedCertificates = certificates.authorityCertificate;
-        layout.systemVersion = QStringLiteral("15.0.0");
-        layout.preferredLanguages = {QStringLiteral("en")};
-        for (const QString& folder : {layout.temporaryDirectory, layout.dataDirectory}) {
-            QDir().mkpath(folder);
-        }
-        publish();
-    }
-
-    void publish() {
-        FeedPublisher feeds(server, publisher, layout.applicationsDirectory,
-                            layout.preferredLanguages, logger);
+    Machine() {
         for (const QString& name : applicationNames()) {
             if (applications.size() == applicationCount) {
-                break;
+                return;
             }
-            if (auto application = feeds.publish(name)) {
+            if (auto application = sandbox.publish(name)) {
                 applications.append(std::move(*application));
             }
         }
-        if (applications.size() != applicationCount) {
-            failSetup("too few application names");
-        }
-        feedUrls = feeds.feedUrls();
-        feedBytes = feeds.feedBytes();
-        expectedUpdates = feeds.laggingApplications();
+        failSetup("too few application names");
     }
 
-    QTemporaryDir root;
-    LoopbackCertificates certificates;
-    LoopbackHttpsServer server;
-    SettingsStore settings;
-    Logger logger;
+    FeedSandbox sandbox;
     SystemClock clock;
-    SystemLayout layout;
-    FeedSigningKey publisher = FeedSigningKey::generate();
-    QList<QUrl> feedUrls;
-    qint64 feedBytes = 0;
-    qsizetype expectedUpdates = 0;
     QList<Application> applications;
 };
 
@@ -111,13 +58,14 @@ Machine& machine() {
 // answer carries over from the round before.
 struct CheckServices {
     explicit CheckServices(Machine& machine)
-        : client(machine.layout),
-          factory(client, machine.clock,
-                  AppcastEngineSettings{.systemVersion = machine.layout.systemVersion,
-                                        .preferredLanguages = machine.layout.preferredLanguages,
-                                        .temporaryDirectory = machine.layout.temporaryDirectory,
-                                        .dataDirectory = machine.layout.dataDirectory}),
-          service(machine.logger, factory, machine.clock) {}
+        : client(machine.sandbox.layout),
+          factory(
+              client, machine.clock,
+              AppcastEngineSettings{.systemVersion = machine.sandbox.layout.systemVersion,
+                                    .preferredLanguages = machine.sandbox.layout.preferredLanguages,
+                                    .temporaryDirectory = machine.sandbox.layout.temporaryDirectory,
+                                    .dataDirectory = machine.sandbox.layout.dataDirectory}),
+          service(machine.sandbox.logger, factory, machine.clock) {}
 
     HttpsClient client;
     AppcastUpdaterFactory factory;
@@ -129,9 +77,10 @@ void feedCheck(benchmark::State& state) {
     RoundTimes floor;
     RoundTimes check;
     for (auto _ : state) {
-        auto floorClient = std::make_unique<HttpsClient>(setup.layout);
+        auto floorClient = std::make_unique<HttpsClient>(setup.sandbox.layout);
         const RoundTimer floorTimer;
-        const qint64 received = QCoro::waitFor(getEveryFeed(*floorClient, setup.feedUrls));
+        const qint64 received =
+            QCoro::waitFor(getEveryFeed(*floorClient, setup.sandbox.feedUrls()));
         floor.add(floorTimer);
         floorClient.reset();
 
@@ -143,7 +92,8 @@ void feedCheck(benchmark::State& state) {
         state.SetIterationTime(checkTimer.wallSeconds());
         services.reset();
 
-        if (received != setup.feedBytes || updates.size() != setup.expectedUpdates) {
+        if (received != setup.sandbox.feedBytes() ||
+            updates.size() != setup.sandbox.laggingApplications()) {
             state.SkipWithError("a round did not fetch every feed or find every update");
             return;
         }
@@ -153,7 +103,8 @@ void feedCheck(benchmark::State& state) {
     state.counters["check_ms"] = check.wall * 1000.0 / rounds;
     state.counters["ratio"] = check.wall / floor.wall;
     state.counters["cpu_ratio"] = check.processor / floor.processor;
-    state.counters["feed_kB"] = static_cast<double>(setup.feedBytes) / applicationCount / 1000.0;
+    state.counters["feed_kB"] =
+        static_cast<double>(setup.sandbox.feedBytes()) / applicationCount / 1000.0;
 }
 
 }  // namespace

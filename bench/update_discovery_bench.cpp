@@ -12,14 +12,8 @@
 // Wall time, since the sources wait on processes and on the server's threads.
 
 #include "bundle_version.h"
-#include "core/logger.h"
-#include "core/settings_store.h"
-#include "core/system_layout.h"
 #include "discovery/application_reader.h"
-#include "feed_publisher.h"
-#include "feed_signing_key.h"
-#include "loopback_certificates.h"
-#include "loopback_https_server.h"
+#include "feed_sandbox.h"
 #include "platform/https_client.h"
 #include "round_timer.h"
 #include "shell/dependency_container.h"
@@ -33,7 +27,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
-#include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
@@ -67,15 +60,6 @@ void writeJson(const QString& path, const QJsonDocument& document) {
     writeAll(path, document.toJson(QJsonDocument::Compact));
 }
 
-// A failed check tells why; the routine lines would bury the table. Only
-// the first line of each, since `brew outdated` ends with status 1 when it
-// found something, and its whole output is logged with that.
-void warningsOnStandardError(LogLevel level, const QString& line) {
-    if (level != LogLevel::info) {
-        std::fprintf(stderr, "%s\n", qPrintable(line.section(u'\n', 0, 0)));
-    }
-}
-
 double peakResidentMiB() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
@@ -85,39 +69,22 @@ double peakResidentMiB() {
 // The bundles, the feeds on a loopback server, fake-brew and fake-mas with
 // their states, and the applications as discovery hands them over, made once.
 struct Machine {
-    Machine()
-        : certificates(LoopbackCertificates::create(root.filePath(QStringLiteral("tls")))),
-          server(certificates),
-          settings(root.filePath(QStringLiteral("settings.json"))),
-          logger(warningsOnStandardError, settings, root.filePath(QStringLiteral("Desktop"))) {
-        if (!server.start()) {
-            failSetup("the loopback server did not start");
-        }
-        layout.applicationsDirectory = root.filePath(QStringLiteral("Applications"));
-        layout.brewCandidates = {root.filePath(QStringLiteral("bin/brew"))};
-        layout.masCandidates = {root.filePath(QStringLiteral("bin/mas"))};
-        layout.homeDirectory = root.filePath(QStringLiteral("home"));
-        layout.temporaryDirectory = root.filePath(QStringLiteral("tmp"));
-        layout.desktopDirectory = root.filePath(QStringLiteral("Desktop"));
-        layout.dataDirectory = root.filePath(QStringLiteral("data"));
-        layout.settingsFile = root.filePath(QStringLiteral("settings.json"));
-        layout.extraTrustedCertificates = certificates.authorityCertificate;
-        layout.systemVersion = QStringLiteral("15.0.0");
-        layout.preferredLanguages = {QStringLiteral("en")};
-        for (const QString& folder : {layout.homeDirectory, layout.temporaryDirectory,
-                                      layout.dataDirectory, root.filePath(QStringLiteral("bin"))}) {
-            QDir().mkpath(folder);
-        }
-        settings.setBool(QStringLiteral("enableMASSupport"), true);
+    Machine() {
+        SystemLayout& layout = sandbox.layout;
+        layout.brewCandidates = {sandbox.root.filePath(QStringLiteral("bin/brew"))};
+        layout.masCandidates = {sandbox.root.filePath(QStringLiteral("bin/mas"))};
+        QDir().mkpath(sandbox.root.filePath(QStringLiteral("bin")));
+        sandbox.settings.setBool(QStringLiteral("enableMASSupport"), true);
         addApplications();
         installTool(QStringLiteral("fake-brew"), layout.brewCandidates.first(),
                     QStringLiteral("brew-state"));
         installTool(QStringLiteral("fake-mas"), layout.masCandidates.first(),
                     QStringLiteral("mas-state"));
-        writeJson(root.filePath(QStringLiteral("brew-state/casks.json")), QJsonDocument(casks));
-        writeJson(root.filePath(QStringLiteral("brew-state/installed.json")),
+        writeJson(sandbox.root.filePath(QStringLiteral("brew-state/casks.json")),
+                  QJsonDocument(casks));
+        writeJson(sandbox.root.filePath(QStringLiteral("brew-state/installed.json")),
                   QJsonDocument(installedCasks));
-        writeJson(root.filePath(QStringLiteral("mas-state/state.json")),
+        writeJson(sandbox.root.filePath(QStringLiteral("mas-state/state.json")),
                   QJsonDocument(QJsonObject{{QStringLiteral("installed"), storeInstalled},
                                             {QStringLiteral("updates"), storeUpdates}}));
     }
@@ -130,8 +97,6 @@ struct Machine {
         for (const QString& name : names) {
             candidates.append(name + QStringLiteral(" 2"));
         }
-        FeedPublisher feeds(server, publisher, layout.applicationsDirectory,
-                            layout.preferredLanguages, logger);
         qsizetype next = 0;
         const auto add = [&](int count, const auto& addOne) {
             for (int added = 0; added < count; ++next) {
@@ -144,10 +109,7 @@ struct Machine {
                 }
             }
         };
-        add(feedCount, [&feeds](const QString& name, int) { return feeds.publish(name); });
-        feedUrls = feeds.feedUrls();
-        feedBytes = feeds.feedBytes();
-        expectedFeedUpdates = feeds.laggingApplications();
+        add(feedCount, [this](const QString& name, int) { return sandbox.publish(name); });
         add(caskCount,
             [this](const QString& name, int index) { return addCaskApplication(name, index); });
         add(storeCount,
@@ -158,13 +120,15 @@ struct Machine {
     // feed, so that the feed check passes it over without asking anyone.
     std::optional<Application> readBundle(const QString& name, const QString& identifier,
                                           const QString& version) {
-        const QString bundle = layout.applicationsDirectory + u'/' + name + QStringLiteral(".app");
+        const QString bundle =
+            sandbox.layout.applicationsDirectory + u'/' + name + QStringLiteral(".app");
         if (!writeBundleVersion(bundle, {version, version}) ||
             !writeInfoPlistTexts(bundle, {{QStringLiteral("CFBundleIdentifier"), identifier},
                                           {QStringLiteral("CFBundleName"), name}})) {
             failSetup("cannot write a bundle");
         }
-        auto application = createApplication(bundle, layout.preferredLanguages, logger);
+        auto application =
+            createApplication(bundle, sandbox.layout.preferredLanguages, sandbox.logger);
         if (!application) {
             QDir(bundle).removeRecursively();
         } else if (application->sparkleInfo) {
@@ -225,7 +189,7 @@ struct Machine {
     // A link to the built tool where the layout looks for it, with
     // "<name>.state" beside it naming its state folder.
     void installTool(const QString& tool, const QString& path, const QString& stateFolder) {
-        const QString state = root.filePath(stateFolder);
+        const QString state = sandbox.root.filePath(stateFolder);
         QDir().mkpath(state);
         if (!QFile::link(QStringLiteral(TARNEL_BIN_DIR "/") + tool, path)) {
             failSetup("cannot place a tool in the sandbox");
@@ -233,18 +197,9 @@ struct Machine {
         writeAll(path + QStringLiteral(".state"), QFile::encodeName(state));
     }
 
-    QTemporaryDir root;
-    LoopbackCertificates certificates;
-    LoopbackHttpsServer server;
-    SettingsStore settings;
-    Logger logger;
-    SystemLayout layout;
-    FeedSigningKey publisher = FeedSigningKey::generate();
+    FeedSandbox sandbox;
     QList<Application> applications;
-    QList<QUrl> feedUrls;
-    qint64 feedBytes = 0;
     qsizetype expectedBrewUpdates = 0;
-    qsizetype expectedFeedUpdates = 0;
     qsizetype expectedStoreUpdates = 0;
     QJsonArray casks;
     QJsonObject installedCasks;
@@ -261,7 +216,7 @@ Machine& machine() {
 // each measurement, so that neither a connection nor a cached answer carries
 // over.
 std::unique_ptr<DependencyContainer> freshServices(const Machine& setup) {
-    return std::make_unique<DependencyContainer>(setup.layout, warningsOnStandardError);
+    return std::make_unique<DependencyContainer>(setup.sandbox.layout, warningsOnStandardError);
 }
 
 // Runs a tool to its end with a plain blocking wait, and gives its standard output.
@@ -306,17 +261,17 @@ FloorResult floorRound(const Machine& setup, HttpsClient& client, Totals& sum) {
     FloorResult result;
     const RoundTimer brewTimer;
     const BrewOutdatedReport report =
-        BrewOutdatedReport::parse(runTool(setup.layout.brewCandidates.first(),
+        BrewOutdatedReport::parse(runTool(setup.sandbox.layout.brewCandidates.first(),
                                           {QStringLiteral("outdated"), QStringLiteral("--cask"),
                                            QStringLiteral("--greedy"), QStringLiteral("--json")}));
     result.outdatedCasks = report.casks.size();
     sum.brew.floor.add(brewTimer);
     const RoundTimer feedTimer;
-    result.feedBytes = QCoro::waitFor(getEveryFeed(client, setup.feedUrls));
+    result.feedBytes = QCoro::waitFor(getEveryFeed(client, setup.sandbox.feedUrls()));
     sum.feeds.floor.add(feedTimer);
     const RoundTimer storeTimer;
     result.storeUpdates =
-        parseMASOutdated(QString::fromUtf8(runTool(setup.layout.masCandidates.first(),
+        parseMASOutdated(QString::fromUtf8(runTool(setup.sandbox.layout.masCandidates.first(),
                                                    {QStringLiteral("outdated")})))
             .size();
     sum.store.floor.add(storeTimer);
@@ -327,7 +282,7 @@ void updateDiscovery(benchmark::State& state) {
     Machine& setup = machine();
     Totals& sum = totals();
     for (auto _ : state) {
-        auto floorClient = std::make_unique<HttpsClient>(setup.layout);
+        auto floorClient = std::make_unique<HttpsClient>(setup.sandbox.layout);
         const RoundTimer floorTimer;
         const FloorResult floor = floorRound(setup, *floorClient, sum);
         sum.floor.add(floorTimer);
@@ -359,16 +314,16 @@ void updateDiscovery(benchmark::State& state) {
         ++sum.rounds;
 
         if (floor.outdatedCasks != setup.expectedBrewUpdates ||
-            floor.feedBytes != setup.feedBytes ||
+            floor.feedBytes != setup.sandbox.feedBytes() ||
             floor.storeUpdates != setup.expectedStoreUpdates) {
             state.SkipWithError("the floor did not get every answer");
             return;
         }
         if (lists.brewUpdates.size() != setup.expectedBrewUpdates ||
-            lists.sparkleUpdates.size() != setup.expectedFeedUpdates ||
+            lists.sparkleUpdates.size() != setup.sandbox.laggingApplications() ||
             lists.masUpdates.size() != setup.expectedStoreUpdates ||
             brewUpdates.size() != setup.expectedBrewUpdates ||
-            feedUpdates.size() != setup.expectedFeedUpdates ||
+            feedUpdates.size() != setup.sandbox.laggingApplications() ||
             storeUpdates.size() != setup.expectedStoreUpdates) {
             state.SkipWithError("a discovery did not find every update");
             return;

@@ -1,11 +1,9 @@
-#include "feed_publisher.h"
+#include "feed_sandbox.h"
 
 #include "appcast/install_workshop.h"
 #include "appcast_feed_writer.h"
 #include "bundle_version.h"
 #include "discovery/application_reader.h"
-#include "feed_signing_key.h"
-#include "loopback_https_server.h"
 #include "platform/appcast/appcast_xml_reader.h"
 #include "platform/https_client.h"
 
@@ -90,18 +88,40 @@ QByteArray feedOf(int index, const QString& name, const QString& slug, const QUr
     return writeAppcastFeed(name, releases);
 }
 
+// Every folder of a run inside `root`.
+SystemLayout sandboxLayout(const QTemporaryDir& root, const LoopbackCertificates& certificates) {
+    SystemLayout layout;
+    layout.applicationsDirectory = root.filePath(QStringLiteral("Applications"));
+    layout.homeDirectory = root.filePath(QStringLiteral("home"));
+    layout.temporaryDirectory = root.filePath(QStringLiteral("tmp"));
+    layout.desktopDirectory = root.filePath(QStringLiteral("Desktop"));
+    layout.dataDirectory = root.filePath(QStringLiteral("data"));
+    layout.settingsFile = root.filePath(QStringLiteral("settings.json"));
+    layout.extraTrustedCertificates = certificates.authorityCertificate;
+    layout.systemVersion = QStringLiteral("15.0.0");
+    layout.preferredLanguages = {QStringLiteral("en")};
+    return layout;
+}
+
 }  // namespace
 
-FeedPublisher::FeedPublisher(LoopbackHttpsServer& server, const FeedSigningKey& publisher,
-                             QString applicationsDirectory, QStringList preferredLanguages,
-                             Logger& logger)
-    : server(server),
-      publisher(publisher),
-      applicationsDirectory(std::move(applicationsDirectory)),
-      preferredLanguages(std::move(preferredLanguages)),
-      logger(logger) {}
+FeedSandbox::FeedSandbox()
+    : certificates(LoopbackCertificates::create(root.filePath(QStringLiteral("tls")))),
+      server(certificates),
+      layout(sandboxLayout(root, certificates)),
+      settings(layout.settingsFile),
+      logger(warningsOnStandardError, settings, layout.desktopDirectory),
+      publisher(FeedSigningKey::generate()) {
+    if (!server.start()) {
+        failSetup("the loopback server did not start");
+    }
+    for (const QString& folder : {layout.applicationsDirectory, layout.homeDirectory,
+                                  layout.temporaryDirectory, layout.dataDirectory}) {
+        QDir().mkpath(folder);
+    }
+}
 
-std::optional<Application> FeedPublisher::publish(const QString& name) {
+std::optional<Application> FeedSandbox::publish(const QString& name) {
     const auto index = static_cast<int>(urls.size());
     const QString slug = slugOf(name, index);
     QUrl feedUrl = server.baseUrl();
@@ -109,7 +129,7 @@ std::optional<Application> FeedPublisher::publish(const QString& name) {
     const int newestMinor = releaseCountOf(index);
     const bool lagsBehind = index % 4 != 0;
     const int installedMinor = lagsBehind ? newestMinor - 3 : newestMinor;
-    const QString bundle = applicationsDirectory + u'/' + name + QStringLiteral(".app");
+    const QString bundle = layout.applicationsDirectory + u'/' + name + QStringLiteral(".app");
     writeBundle(bundle, {.identifier = QStringLiteral("com.vendor.") + slug,
                          .version = buildVersionOf(installedMinor),
                          .name = name,
@@ -119,7 +139,7 @@ std::optional<Application> FeedPublisher::publish(const QString& name) {
         !writeInfoPlistTexts(bundle, {{QStringLiteral("SUFeedURL"), feedUrl.toString()}})) {
         failSetup("cannot point a bundle at its feed");
     }
-    auto application = createApplication(bundle, preferredLanguages, logger);
+    auto application = createApplication(bundle, layout.preferredLanguages, logger);
     if (!application) {
         QDir(bundle).removeRecursively();
         return std::nullopt;
@@ -163,6 +183,12 @@ QStringList applicationNames() {
         failSetup("cannot read the application names");
     }
     return QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+}
+
+void warningsOnStandardError(LogLevel level, const QString& line) {
+    if (level != LogLevel::info) {
+        std::fprintf(stderr, "%s\n", qPrintable(line.section(u'\n', 0, 0)));
+    }
 }
 
 void failSetup(const char* reason) {
