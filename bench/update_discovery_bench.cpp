@@ -23,6 +23,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -152,12 +153,13 @@ struct Machine {
         cask.rawVersion = current;
         application->adoptedCask = cask;
         application->alreadyAdopted = true;
-        casks.append(QJsonObject{
-            {QStringLiteral("token"), token},
-            {QStringLiteral("version"), current},
-            {QStringLiteral("name"), QJsonArray{name}},
-            {QStringLiteral("artifacts"),
-             QJsonArray{QJsonObject{{QStringLiteral("app"), QJsonArray{name + ".app"}}}}}});
+        casks.append(
+            QJsonObject{{QStringLiteral("token"), token},
+                        {QStringLiteral("version"), current},
+                        {QStringLiteral("name"), QJsonArray{name}},
+                        {QStringLiteral("artifacts"),
+                         QJsonArray{QJsonObject{{QStringLiteral("app"),
+                                                 QJsonArray{name + QStringLiteral(".app")}}}}}});
         installedCasks.insert(token, installed);
         expectedBrewUpdates += index % 3 == 0 ? 1 : 0;
         return application;
