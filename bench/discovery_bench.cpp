@@ -1,8 +1,8 @@
 // A whole discovery run, from the call to the finished list, over 300 bundles
-// and the shared catalogue on loopback HTTPS, against its floor from the same
-// run: the two downloads of the catalogue that a run makes (with and without
-// deprecated casks), side by side from the same server, one plain DOM parse of
-// its bytes, and one read of every Info.plist.
+// and the shared catalogue on loopback HTTPS, against its floor in the same
+// round: the two downloads of the catalogue that a run makes (with and without
+// deprecated casks), side by side from the same server, a plain DOM parse of
+// each, and one read of every Info.plist.
 
 #include "core/logger.h"
 #include "core/settings_store.h"
@@ -16,6 +16,7 @@
 #include "loopback_certificates.h"
 #include "loopback_https_server.h"
 #include "platform/https_client.h"
+#include "round_timer.h"
 #include "updates/mas_service.h"
 
 #include <QCoreApplication>
@@ -66,13 +67,26 @@ void writeAll(const QString& path, const QByteArray& bytes) {
     }
 }
 
-// The seconds that each stage's log line gives, summed over the runs.
+// The seconds that each stage's log line gives, summed over the runs, and
+// the downloads of the catalogue, which the floor makes two of.
 struct StageTimes {
     QMutex mutex;
     std::map<std::string, double> seconds;
     int runs = 0;
+    int catalogueDownloads = 0;
+
+    void clear() {
+        const QMutexLocker lock(&mutex);
+        seconds.clear();
+        runs = 0;
+        catalogueDownloads = 0;
+    }
 
     void take(const QString& line) {
+        if (line == QStringLiteral("[INFO] Fetching casks from Homebrew API")) {
+            const QMutexLocker lock(&mutex);
+            ++catalogueDownloads;
+        }
         static const QRegularExpression timing(
             QStringLiteral(R"(^\[INFO\] (Application discovery complete|Loaded exclusions|)"
                            R"(Fetched|Completed cask and MAS discovery|Discovery complete!))"
@@ -185,139 +199,139 @@ struct Services {
     DiscoveryService discovery;
 };
 
-void discovery(benchmark::State& state) {
-    Machine& setup = machine();
-    qsizetype found = 0;
-    for (auto _ : state) {
-        state.PauseTiming();
-        auto services = std::make_unique<Services>(setup);
-        state.ResumeTiming();
-        const QList<Application> applications = QCoro::waitFor(
-            services->discovery.discoverApplications([](double) -> QCoro::Task<> { co_return; }));
-        found = applications.size();
-        state.PauseTiming();
-        services.reset();
-        ++setup.stages.runs;
-        state.ResumeTiming();
-    }
-    state.counters["applications"] = static_cast<double>(found);
-}
-
 QCoro::Task<QByteArray> download(QNetworkAccessManager& network, const QNetworkRequest& request) {
     const std::unique_ptr<QNetworkReply> reply(network.get(request));
     co_await reply.get();
     co_return reply->readAll();
 }
 
-// A bare network client with the trust of the service's, made outside the
-// timing as the service's is made before a run: fresh connections for every
-// pair of downloads, which run at once as a run's two catalogue fetches do.
-void catalogueDownloadFloor(benchmark::State& state) {
+bool parsesAsJson(const QByteArray& bytes) {
+    const simdjson::padded_string padded(bytes.constData(), static_cast<size_t>(bytes.size()));
+    simdjson::dom::parser parser;
+    simdjson::dom::element root;
+    return parser.parse(padded).get(root) == simdjson::SUCCESS;
+}
+
+void readEveryInfoPlist(const QStringList& paths) {
+    for (const QString& path : paths) {
+        const QByteArray bytes = readAll(path);
+        plist_t plist = nullptr;
+        plist_from_memory(bytes.constData(), static_cast<uint32_t>(bytes.size()), &plist);
+        benchmark::DoNotOptimize(plist);
+        plist_free(plist);
+    }
+}
+
+// The floor: the two downloads of the catalogue that a run makes (with and
+// without deprecated casks), side by side, a plain DOM parse of each, and
+// one read of every Info.plist. Both requests are out before the first
+// wait, since a task runs up to its first suspension when it is called.
+// Gives whether every answer was right.
+bool floorRound(const Machine& setup, QNetworkAccessManager& network,
+                const QNetworkRequest& request) {
+    auto first = download(network, request);
+    auto second = download(network, request);
+    const QByteArray firstBytes = QCoro::waitFor(std::move(first));
+    const QByteArray secondBytes = QCoro::waitFor(std::move(second));
+    const bool parsed = parsesAsJson(firstBytes) && parsesAsJson(secondBytes);
+    readEveryInfoPlist(setup.infoPlists);
+    return parsed && firstBytes == setup.catalogue && secondBytes == setup.catalogue;
+}
+
+RoundTimes& floorTimes() {
+    static RoundTimes times;
+    return times;
+}
+
+RoundTimes& runTimes() {
+    static RoundTimes times;
+    return times;
+}
+
+// Each round runs the floor, then a discovery. The floor's network client
+// has the trust of the service's and, like the service's, is made outside
+// the timing with fresh connections for every round; so are the services,
+// so that no cache carries over. A change in the machine's load thus falls
+// on both alike.
+void discovery(benchmark::State& state) {
     Machine& setup = machine();
     QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
     tls.setCaCertificates(QSslConfiguration::systemCaCertificates() +
                           QSslCertificate::fromPath(setup.certificates.authorityCertificate));
     QNetworkRequest request(setup.layout.catalogueUrl);
     request.setSslConfiguration(tls);
+    qsizetype found = 0;
+    // The summary tells of the last call alone, whose rounds the table shows.
+    setup.stages.clear();
+    floorTimes() = {};
+    runTimes() = {};
     for (auto _ : state) {
-        state.PauseTiming();
         auto network = std::make_unique<QNetworkAccessManager>();
-        state.ResumeTiming();
-        auto first = download(*network, request);
-        auto second = download(*network, request);
-        if (QCoro::waitFor(std::move(first)) != setup.catalogue ||
-            QCoro::waitFor(std::move(second)) != setup.catalogue) {
-            state.SkipWithError("a download differs from the catalogue");
-        }
-        state.PauseTiming();
+        const RoundTimer floorTimer;
+        const bool isFloorRight = floorRound(setup, *network, request);
+        floorTimes().add(floorTimer);
         network.reset();
-        state.ResumeTiming();
+
+        auto services = std::make_unique<Services>(setup);
+        const RoundTimer runTimer;
+        const QList<Application> applications = QCoro::waitFor(
+            services->discovery.discoverApplications([](double) -> QCoro::Task<> { co_return; }));
+        runTimes().add(runTimer);
+        state.SetIterationTime(runTimer.wallSeconds());
+        found = applications.size();
+        services.reset();
+        ++setup.stages.runs;
+
+        if (!isFloorRight) {
+            state.SkipWithError("a download differs from the catalogue");
+            return;
+        }
     }
+    state.counters["applications"] = static_cast<double>(found);
+    state.counters["floor_ms"] = floorTimes().wall * 1000.0 / setup.stages.runs;
+    state.counters["ratio"] = runTimes().wall / floorTimes().wall;
+    state.counters["cpu_ratio"] = runTimes().processor / floorTimes().processor;
 }
 
-void catalogueParseFloor(benchmark::State& state) {
-    const QByteArray& bytes = machine().catalogue;
-    for (auto _ : state) {
-        const simdjson::padded_string padded(bytes.constData(), static_cast<size_t>(bytes.size()));
-        simdjson::dom::parser parser;
-        simdjson::dom::element root;
-        if (parser.parse(padded).get(root) != simdjson::SUCCESS) {
-            state.SkipWithError("the catalogue does not parse");
-        }
-        benchmark::DoNotOptimize(root);
+// The run set against its floor in wall time, the share of each stage, the
+// downloads a run made and the peak resident memory.
+void printSummary() {
+    const StageTimes& stages = machine().stages;
+    if (stages.runs == 0 || floorTimes().wall <= 0.0) {
+        return;
     }
+    const double runs = stages.runs;
+    std::printf(
+        "discovery: %.1f ms wall, floor %.1f ms, %.2fx (goal at most 1.5x); "
+        "processor %.2fx\n",
+        runTimes().wall * 1000.0 / runs, floorTimes().wall * 1000.0 / runs,
+        runTimes().wall / floorTimes().wall, runTimes().processor / floorTimes().processor);
+    const auto total = stages.seconds.find("Discovery complete!");
+    if (total != stages.seconds.end() && total->second > 0.0) {
+        for (const auto& [stage, seconds] : stages.seconds) {
+            std::printf("  %-40s %7.1f ms  %5.1f%%\n", stage.c_str(), seconds * 1000.0 / runs,
+                        100.0 * seconds / total->second);
+        }
+    }
+    std::printf("catalogue downloads per run: %.1f\n", stages.catalogueDownloads / runs);
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    std::printf("peak resident memory: %.1f MiB\n", static_cast<double>(usage.ru_maxrss) / 1024.0);
 }
-
-void infoPlistReadFloor(benchmark::State& state) {
-    const QStringList& paths = machine().infoPlists;
-    for (auto _ : state) {
-        for (const QString& path : paths) {
-            const QByteArray bytes = readAll(path);
-            plist_t plist = nullptr;
-            plist_from_memory(bytes.constData(), static_cast<uint32_t>(bytes.size()), &plist);
-            benchmark::DoNotOptimize(plist);
-            plist_free(plist);
-        }
-    }
-}
-
-// The usual table, then the run set against its floor in wall time, the
-// share of each stage and the peak resident memory.
-class DiscoveryReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs) {
-            if (run.run_type == Run::RT_Iteration) {
-                wallTimes[run.run_name.function_name] = run.GetAdjustedRealTime();
-            }
-        }
-    }
-
-    void Finalize() override {
-        ConsoleReporter::Finalize();
-        const auto time = [this](const char* name) {
-            const auto found = wallTimes.find(name);
-            return found == wallTimes.end() ? 0.0 : found->second;
-        };
-        const double run = time("discovery");
-        const double floor = time("catalogueDownloadFloor") + time("catalogueParseFloor") +
-                             time("infoPlistReadFloor");
-        if (run > 0.0 && floor > 0.0) {
-            std::printf("discovery: %.1f ms wall, floor %.1f ms, %.2fx (goal at most 1.5x)\n", run,
-                        floor, run / floor);
-        }
-        const StageTimes& stages = machine().stages;
-        const auto total = stages.seconds.find("Discovery complete!");
-        if (stages.runs > 0 && total != stages.seconds.end() && total->second > 0.0) {
-            for (const auto& [stage, seconds] : stages.seconds) {
-                std::printf("  %-40s %7.1f ms  %5.1f%%\n", stage.c_str(),
-                            seconds * 1000.0 / stages.runs, 100.0 * seconds / total->second);
-            }
-        }
-        rusage usage{};
-        getrusage(RUSAGE_SELF, &usage);
-        std::printf("peak resident memory: %.1f MiB\n",
-                    static_cast<double>(usage.ru_maxrss) / 1024.0);
-    }
-
-private:
-    std::map<std::string, double> wallTimes;
-};
 
 }  // namespace
 
-BENCHMARK(discovery)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(5.0);
-BENCHMARK(catalogueDownloadFloor)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(3.0);
-BENCHMARK(catalogueParseFloor)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(2.0);
-BENCHMARK(infoPlistReadFloor)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(2.0);
+// The time of a round is that of the discovery; `ratio` sets it against the
+// floor in wall time (goal: at most 1.5), `cpu_ratio` in the processor time of
+// the process and its tools.
+BENCHMARK(discovery)->Unit(benchmark::kMillisecond)->UseManualTime()->MinTime(5.0);
 
 int main(int argc, char** argv) {
     QCoreApplication application(argc, argv);
     machine();
     benchmark::Initialize(&argc, argv);
-    DiscoveryReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
+    printSummary();
     return 0;
 }

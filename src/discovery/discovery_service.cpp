@@ -82,6 +82,9 @@ DiscoveryService::DiscoveryService(Logger& logger, ExclusionService& exclusionSe
       layout(layout) {}
 
 QCoro::Task<QList<Application>> DiscoveryService::discoverApplications(ProgressCallback progress) {
+    if (!progress) {
+        progress = [](double) -> QCoro::Task<> { co_return; };
+    }
     QElapsedTimer total;
     total.start();
     co_await progress(0.0);

@@ -29,7 +29,7 @@ class SettingsStore;
 // in child tasks without a limit. Keeps no results; each run stands alone.
 class DiscoveryService {
 public:
-    // Each report is awaited, so a slow callback slows the run.
+    // Each report is awaited, so a slow callback slows the run. May be empty.
     using ProgressCallback = std::function<QCoro::Task<>(double fraction)>;
 
     DiscoveryService(Logger& logger, ExclusionService& exclusionService, CaskService& caskService,

@@ -309,62 +309,51 @@ QCoro::Task<QList<MASUpdate>> UpdateService::checkMASUpdates(QList<Application> 
 }
 
 QList<BrewUpdate> UpdateService::filterSkippedBrewUpdates(const QList<BrewUpdate>& updates) {
-    logger.info(
-        QStringLiteral("Filtering %1 Brew updates for skipped versions").arg(updates.size()));
-    QList<BrewUpdate> kept;
-    for (const BrewUpdate& update : updates) {
-        const bool skipped = isSkipped(update.bundleIdentifier, update.availableVersion);
-        logger.info(QStringLiteral("Update %1 v%2: shouldShow = %3")
-                        .arg(update.caskName, update.availableVersion, boolText(!skipped)));
-        if (skipped) {
-            logger.info(
-                QStringLiteral("Skipping update for %1 v%2 - version was previously skipped")
-                    .arg(update.caskName, update.availableVersion));
-        } else {
-            kept.append(update);
-        }
-    }
-    logger.info(
-        QStringLiteral("Filtered result: %1 updates after removing %2 skipped versions (started "
-                       "with %3)")
-            .arg(kept.size())
-            .arg(updates.size() - kept.size())
-            .arg(updates.size()));
-    return kept;
+    static const SkipFilterTexts texts{
+        QStringLiteral("Filtering %1 Brew updates for skipped versions"),
+        QStringLiteral("Skipping update for %1 v%2 - version was previously skipped"),
+        QStringLiteral(
+            "Filtered result: %1 updates after removing %2 skipped versions (started with %3)"),
+    };
+    return filterSkipped(updates, texts, [](const BrewUpdate& update) { return update.caskName; });
 }
 
 QList<SparkleUpdate> UpdateService::filterSkippedSparkleUpdates(
     const QList<SparkleUpdate>& updates) {
-    logger.info(
-        QStringLiteral("Filtering %1 Sparkle updates for skipped versions").arg(updates.size()));
-    QList<SparkleUpdate> kept;
-    for (const SparkleUpdate& update : updates) {
-        const bool skipped = isSkipped(update.bundleIdentifier, update.availableVersion);
-        logger.info(QStringLiteral("Update %1 v%2: shouldShow = %3")
-                        .arg(update.applicationId, update.availableVersion, boolText(!skipped)));
+    static const SkipFilterTexts texts{
+        QStringLiteral("Filtering %1 Sparkle updates for skipped versions"),
+        QStringLiteral("Skipping Sparkle update for %1 v%2 - version was previously skipped"),
+        QStringLiteral("Filtered result: %1 Sparkle updates after removing %2 skipped versions "
+                       "(started with %3)"),
+    };
+    return filterSkipped(updates, texts,
+                         [](const SparkleUpdate& update) { return update.applicationId; });
+}
+
+template <typename Update, typename Label>
+QList<Update> UpdateService::filterSkipped(const QList<Update>& updates,
+                                           const SkipFilterTexts& texts, Label label) {
+    logger.info(texts.start.arg(updates.size()));
+    QList<Update> kept;
+    for (const Update& update : updates) {
+        const bool skipped =
+            skipUpdateService.isVersionSkipped(update.bundleIdentifier, update.availableVersion);
         if (skipped) {
-            logger.info(QStringLiteral(
-                            "Skipping Sparkle update for %1 v%2 - version was previously skipped")
-                            .arg(update.applicationId, update.availableVersion));
+            logger.info(
+                QStringLiteral("Hiding update for app %1 version %2 - was previously skipped")
+                    .arg(update.bundleIdentifier, update.availableVersion));
+        }
+        logger.info(QStringLiteral("Update %1 v%2: shouldShow = %3")
+                        .arg(label(update), update.availableVersion, boolText(!skipped)));
+        if (skipped) {
+            logger.info(texts.skipped.arg(label(update), update.availableVersion));
         } else {
             kept.append(update);
         }
     }
-    logger.info(QStringLiteral("Filtered result: %1 Sparkle updates after removing %2 skipped "
-                               "versions (started with %3)")
-                    .arg(kept.size())
-                    .arg(updates.size() - kept.size())
-                    .arg(updates.size()));
+    logger.info(
+        texts.result.arg(kept.size()).arg(updates.size() - kept.size()).arg(updates.size()));
     return kept;
-}
-
-bool UpdateService::isSkipped(const QString& bundleIdentifier, const QString& version) {
-    const bool skipped = skipUpdateService.isVersionSkipped(bundleIdentifier, version);
-    if (skipped) {
-        logger.info(QStringLiteral("Hiding update for app %1 version %2 - was previously skipped")
-                        .arg(bundleIdentifier, version));
-    }
-    return skipped;
 }
 
 void UpdateService::skipBrewUpdate(const QString& applicationId, const QString& version,

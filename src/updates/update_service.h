@@ -87,7 +87,15 @@ public:
 private:
     QList<BrewUpdate> readOutdatedReport(const BrewOutdatedReport& report,
                                          const QList<Application>& candidates);
-    bool isSkipped(const QString& bundleIdentifier, const QString& version);
+    // The log lines of one source's filtering, told apart by their words.
+    struct SkipFilterTexts {
+        QString start;
+        QString skipped;
+        QString result;
+    };
+    template <typename Update, typename Label>
+    QList<Update> filterSkipped(const QList<Update>& updates, const SkipFilterTexts& texts,
+                                Label label);
     QCoro::Task<> runBrewUpdate(BrewUpdate update, bool hasAdminPermission);
     QCoro::Task<> cleanupBeforeUpgrade(QString caskName);
     QCoro::Task<bool> verifyUpdateSucceeded(QString caskName);

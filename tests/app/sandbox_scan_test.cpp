@@ -1,3 +1,4 @@
+#include "homebrew/cask_catalogue_parser.h"
 #include "served_sandbox.h"
 #include "support/test_paths.h"
 
@@ -114,6 +115,29 @@ TEST_F(SandboxScan, AnAdoptedApplicationHasItsCaskAndNoOptions) {
     EXPECT_TRUE(rectangle[QStringLiteral("caskOptions")].toArray().isEmpty());
 }
 
+TEST_F(SandboxScan, OneManagedApplicationsCaskHasAManualInstaller) {
+    QStringList managed;
+    for (const QJsonValue& value : records) {
+        if (value[QStringLiteral("alreadyAdopted")].toBool()) {
+            managed << value[QStringLiteral("adoptedCask")][QStringLiteral("name")].toString();
+        }
+    }
+    QFile served(root + QStringLiteral("/www/api/cask.json"));
+    ASSERT_TRUE(served.open(QIODevice::ReadOnly));
+    QStringList manual;
+    for (const tarnel::Cask& cask : tarnel::parseCaskCatalogue(
+             served.readAll(), true, root + QStringLiteral("/Applications"))) {
+        if (cask.manualInstaller && managed.contains(cask.name)) {
+            manual << cask.name;
+        }
+    }
+    EXPECT_EQ(manual, QStringList{QStringLiteral("sequel-ace")});
+    EXPECT_EQ(
+        record(QStringLiteral("Sequel Ace"))[QStringLiteral("adoptedCask")][QStringLiteral("name")]
+            .toString(),
+        QStringLiteral("sequel-ace"));
+}
+
 TEST_F(SandboxScan, AnApplicationWhoseCaskWasDeprecatedStaysAdopted) {
     const QJsonObject macdown = record(QStringLiteral("MacDown"));
     EXPECT_TRUE(macdown[QStringLiteral("alreadyAdopted")].toBool());
@@ -156,7 +180,7 @@ TEST_F(SandboxScan, TheTableShowsEachStatusAndASummary) {
     EXPECT_TRUE(table.contains(QStringLiteral("Adoptable: amethyst (100%)")));
     EXPECT_TRUE(table.contains(QStringLiteral("Mac App Store (1452453066)")));
     EXPECT_TRUE(table.contains(QStringLiteral(
-        "21 applications: 3 managed by Homebrew, 11 adoptable, 1 from the Mac App Store, "
+        "21 applications: 4 managed by Homebrew, 10 adoptable, 1 from the Mac App Store, "
         "1 excluded, 5 without a cask")));
     // Piped, the progress bar stays silent.
     EXPECT_TRUE(finished.errors.isEmpty()) << finished.errors.toStdString();

@@ -85,11 +85,17 @@ CaskService& DiscoverySandbox::caskService() {
     return *casks;
 }
 
+MASService& DiscoverySandbox::masService() {
+    if (!store) {
+        store = std::make_unique<MASService>(logger, brew.layout, brew.clock);
+    }
+    return *store;
+}
+
 DiscoveryService& DiscoverySandbox::discoveryService() {
     if (!discovery) {
-        store = std::make_unique<MASService>(logger, brew.layout, brew.clock);
         discovery = std::make_unique<DiscoveryService>(logger, exclusionService(), caskService(),
-                                                       *store, settings, brew.layout);
+                                                       masService(), settings, brew.layout);
     }
     return *discovery;
 }

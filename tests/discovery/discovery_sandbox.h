@@ -41,6 +41,8 @@ public:
 
     tarnel::DiscoveryService& discoveryService();
     tarnel::ExclusionService& exclusionService();
+    tarnel::CaskService& caskService();
+    tarnel::MASService& masService();
     // One run, recording every progress report in `reports`.
     QList<tarnel::Application> discover();
     std::optional<tarnel::Application> refresh(const tarnel::Application& application);
@@ -58,8 +60,6 @@ public:
     QList<double> reports;
 
 private:
-    tarnel::CaskService& caskService();
-
     std::unique_ptr<tarnel::ExclusionService> exclusions;
     std::unique_ptr<tarnel::CaskService> casks;
     std::unique_ptr<tarnel::MASService> store;

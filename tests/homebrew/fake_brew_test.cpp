@@ -3,11 +3,13 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -212,7 +214,7 @@ TEST(FakeBrew, ForceInstallWritesTheCaskVersionIntoTheBundle) {
               QStringLiteral("0.98"));
 }
 
-TEST(FakeBrew, ReportsOutdatedCasksAsJsonWithStatusOne) {
+TEST(FakeBrew, ListsOutdatedCasksAsJsonWithStatusZero) {
     FakeBrew fake;
     fake.state.addCaskFromFile(casksDir() + QStringLiteral("firefox.json"));
     fake.state.addCaskFromFile(casksDir() + QStringLiteral("rectangle.json"));
@@ -220,17 +222,17 @@ TEST(FakeBrew, ReportsOutdatedCasksAsJsonWithStatusOne) {
     fake.state.setInstalledVersion(QStringLiteral("rectangle"), QStringLiteral("0.98"));
     const Result result = fake.run({QStringLiteral("outdated"), QStringLiteral("--cask"),
                                     QStringLiteral("--greedy"), QStringLiteral("--json")});
-    EXPECT_EQ(result.exitStatus, 1);
-    const QJsonArray casks = QJsonDocument::fromJson(result.standardOutput.toUtf8())
-                                 .object()
-                                 .value(QStringLiteral("casks"))
-                                 .toArray();
+    EXPECT_EQ(result.exitStatus, 0);
+    const QJsonObject report = QJsonDocument::fromJson(result.standardOutput.toUtf8()).object();
+    EXPECT_EQ(report.value(QStringLiteral("formulae")), QJsonArray());
+    const QJsonArray casks = report.value(QStringLiteral("casks")).toArray();
     ASSERT_EQ(casks.size(), 1);
-    const QJsonObject entry = casks.first().toObject();
-    EXPECT_EQ(entry.value(QStringLiteral("name")).toString(), QStringLiteral("firefox"));
-    EXPECT_EQ(entry.value(QStringLiteral("installed_versions")).toArray(),
-              QJsonArray{QStringLiteral("150.0")});
-    EXPECT_EQ(entry.value(QStringLiteral("current_version")).toString(), QStringLiteral("153.0.3"));
+    EXPECT_EQ(casks.first().toObject(),
+              (QJsonObject{{QStringLiteral("name"), QStringLiteral("firefox")},
+                           {QStringLiteral("installed_versions"), QJsonArray{u"150.0"_qs}},
+                           {QStringLiteral("current_version"), QStringLiteral("153.0.3")},
+                           {QStringLiteral("pinned"), false},
+                           {QStringLiteral("pinned_version"), QJsonValue::Null}}));
 }
 
 TEST(FakeBrew, ReportsNothingOutdatedWithStatusZero) {
@@ -243,14 +245,29 @@ TEST(FakeBrew, ReportsNothingOutdatedWithStatusZero) {
     EXPECT_TRUE(result.standardOutput.isEmpty());
 }
 
-TEST(FakeBrew, ReportsOneOutdatedCaskByName) {
+TEST(FakeBrew, NamesAnOutdatedCaskWithoutItsVersionsAndStatusOne) {
     FakeBrew fake;
     fake.state.addCaskFromFile(casksDir() + QStringLiteral("firefox.json"));
     fake.state.setInstalledVersion(QStringLiteral("firefox"), QStringLiteral("150.0"));
     const Result result =
         fake.run({QStringLiteral("outdated"), QStringLiteral("--cask"), QStringLiteral("firefox")});
     EXPECT_EQ(result.exitStatus, 1);
-    EXPECT_EQ(result.standardOutput, QStringLiteral("firefox (150.0) != 153.0.3\n"));
+    EXPECT_EQ(result.standardOutput, QStringLiteral("firefox\n"));
+    EXPECT_TRUE(result.standardError.isEmpty());
+}
+
+TEST(FakeBrew, TellsAnUnknownCaskFromOneThatIsNotInstalled) {
+    FakeBrew fake;
+    fake.state.addCaskFromFile(casksDir() + QStringLiteral("firefox.json"));
+    const QStringList outdated{QStringLiteral("outdated"), QStringLiteral("--cask")};
+    const Result unknown = fake.run(outdated + QStringList{QStringLiteral("no-such-cask")});
+    EXPECT_EQ(unknown.exitStatus, 1);
+    EXPECT_EQ(unknown.standardError,
+              QStringLiteral(
+                  "Error: Cask 'no-such-cask' is unavailable: No Cask with this name exists.\n"));
+    const Result absent = fake.run(outdated + QStringList{QStringLiteral("firefox")});
+    EXPECT_EQ(absent.exitStatus, 1);
+    EXPECT_EQ(absent.standardError, QStringLiteral("Error: Cask 'firefox' is not installed.\n"));
 }
 
 TEST(FakeBrew, UpgradeRewritesABinaryInfoPlistAndKeepsItBinary) {
@@ -325,4 +342,23 @@ TEST(FakeBrew, AsksTheAskpassProgramForThePassword) {
     const Result result = fake.run({QStringLiteral("--version")}, environment);
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(result.standardOutput, QStringLiteral("Homebrew 4.5.0\n"));
+}
+
+TEST(FakeBrew, HoldsACommandUntilItsReleaseFileExists) {
+    FakeBrew fake;
+    FakeBrewBehaviour held;
+    held.heldUntil = fake.root.filePath(QStringLiteral("release-cleanup"));
+    fake.state.setBehaviour(QStringLiteral("cleanup"), held);
+    QProcess process;
+    process.start(fake.brew(), {QStringLiteral("cleanup"), QStringLiteral("firefox")});
+
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return QFileInfo::exists(held.heldUntil + QStringLiteral(".waiting")); }, 60000));
+    EXPECT_EQ(process.state(), QProcess::Running);
+    EXPECT_TRUE(fake.state.invocations().isEmpty());
+
+    ASSERT_TRUE(QFile(held.heldUntil).open(QIODevice::WriteOnly));
+    ASSERT_TRUE(process.waitForFinished(60000));
+    EXPECT_EQ(process.exitCode(), 0);
+    EXPECT_EQ(fake.state.invocations().size(), 1);
 }

@@ -170,7 +170,7 @@ TEST_F(MASServiceTest, ReturnsTheOutputUntrimmed) {
     store.addInstalledApp(QStringLiteral("123"), QStringLiteral("Some App"),
                           QStringLiteral("15.4"));
     EXPECT_EQ(await(service.runMASCommand({QStringLiteral("list")})),
-              QStringLiteral("123  Some App  (15.4)\n"));
+              QStringLiteral("123 Some App  (15.4)\n"));
 }
 
 TEST_F(MASServiceTest, ThrowsCommandFailedWithTheCombinedOutput) {

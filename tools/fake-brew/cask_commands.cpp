@@ -224,35 +224,44 @@ CommandOutcome CaskCommands::forceInstall(const QString& token, const QJsonObjec
 
 CommandOutcome CaskCommands::outdated(const Request& request) {
     const QMap<QString, QString> installed = state.installedCasks();
-    const QStringList tokens = request.tokens.isEmpty() ? installed.keys() : request.tokens;
-    const bool isGreedy = request.options.contains(QStringLiteral("--greedy"));
-    QJsonArray entries;
-    QByteArray lines;
-    for (const QString& token : tokens) {
+    for (const QString& token : request.tokens) {
+        if (!state.cask(token)) {
+            return unknownCask(token);
+        }
         if (!installed.contains(token)) {
             return notInstalled(token);
         }
+    }
+    const bool isNamed = !request.tokens.isEmpty();
+    const QStringList tokens = isNamed ? request.tokens : installed.keys();
+    // A cask asked for by name counts even when it updates itself.
+    const bool isGreedy = isNamed || request.options.contains(QStringLiteral("--greedy"));
+    QJsonArray entries;
+    QByteArray names;
+    for (const QString& token : tokens) {
         const std::optional<QJsonObject> cask = state.cask(token);
-        if (!cask ||
-            !isOutdated(*cask, installed.value(token), isGreedy || !request.tokens.isEmpty())) {
+        if (!cask || !isOutdated(*cask, installed.value(token), isGreedy)) {
             continue;
         }
         entries.append(QJsonObject{
             {QStringLiteral("name"), token},
             {QStringLiteral("installed_versions"), QJsonArray{installed.value(token)}},
             {QStringLiteral("current_version"), caskVersion(*cask)},
+            {QStringLiteral("pinned"), false},
+            {QStringLiteral("pinned_version"), QJsonValue::Null},
         });
-        lines += line(
-            QStringLiteral("%1 (%2) != %3").arg(token, installed.value(token), caskVersion(*cask)));
+        // Printed into a pipe, the real tool leaves out the versions.
+        names += line(token);
     }
-    // Like the real tool, finding something outdated ends with status 1.
-    const int status = entries.isEmpty() ? 0 : 1;
+    // Like the real tool, only casks asked for by name and found outdated
+    // end with status 1; a whole listing ends with 0 whatever it finds.
+    const int status = isNamed && !entries.isEmpty() ? 1 : 0;
     if (request.options.contains(QStringLiteral("--json"))) {
         const QJsonObject report{{QStringLiteral("formulae"), QJsonArray()},
                                  {QStringLiteral("casks"), entries}};
         return {status, QJsonDocument(report).toJson(), {}};
     }
-    return {status, lines, {}};
+    return {status, names, {}};
 }
 
 CommandOutcome CaskCommands::upgrade(const Request& request) {

@@ -29,6 +29,9 @@ QJsonObject CommandBehaviour::toJson() const {
     if (password) {
         object.insert(QStringLiteral("password"), *password);
     }
+    if (!heldUntil.isEmpty()) {
+        object.insert(QStringLiteral("heldUntil"), heldUntil);
+    }
     return object;
 }
 
@@ -39,6 +42,7 @@ CommandBehaviour CommandBehaviour::fromJson(const QJsonObject& object) {
     }
     behaviour.standardOutput = bytesAt(object, QStringLiteral("standardOutput"));
     behaviour.standardError = bytesAt(object, QStringLiteral("standardError"));
+    behaviour.heldUntil = object.value(QStringLiteral("heldUntil")).toString();
     behaviour.delayMilliseconds = object.value(QStringLiteral("delayMilliseconds")).toInt();
     behaviour.outputMegabytes = object.value(QStringLiteral("outputMegabytes")).toInt();
     if (object.value(QStringLiteral("password")).isString()) {

@@ -15,6 +15,9 @@ struct CommandBehaviour {
     std::optional<int> exitStatus;
     QByteArray standardOutput;
     QByteArray standardError;
+    // When set, the command waits until a file exists at this path, after
+    // announcing the wait with a file at the path followed by ".waiting".
+    QString heldUntil;
     int delayMilliseconds = 0;
     // Megabytes printed on each stream before anything else.
     int outputMegabytes = 0;

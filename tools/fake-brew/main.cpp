@@ -9,6 +9,8 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QThread>
@@ -58,8 +60,25 @@ void writeBulk(int megabytes) {
     }
 }
 
+// Lets a test act while the command is known to be running: the marker says
+// that it waits, the release file ends the wait.
+void waitForRelease(const QString& releaseFile) {
+    QFile marker(releaseFile + QStringLiteral(".waiting"));
+    if (!marker.open(QIODevice::WriteOnly)) {
+        writeAll(STDERR_FILENO,
+                 "fake-brew: cannot announce the wait at " + marker.fileName().toUtf8() + '\n');
+    }
+    marker.close();
+    while (!QFileInfo::exists(releaseFile)) {
+        QThread::msleep(5);
+    }
+}
+
 CommandOutcome perform(BrewState& state, const QStringList& arguments) {
     const CommandBehaviour behaviour = state.takeBehaviour(arguments.value(0));
+    if (!behaviour.heldUntil.isEmpty()) {
+        waitForRelease(behaviour.heldUntil);
+    }
     if (behaviour.delayMilliseconds > 0) {
         QThread::msleep(static_cast<unsigned long>(behaviour.delayMilliseconds));
     }

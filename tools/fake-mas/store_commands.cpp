@@ -4,6 +4,7 @@
 
 #include <QFileInfo>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <exception>
@@ -29,11 +30,17 @@ void waitForFile(const QString& path) {
     }
 }
 
+// Names are padded to the longest, so that the versions stand in one column.
 Answer listInstalled(const StoreState& state) {
+    qsizetype nameWidth = 0;
+    for (const StoreState::App& app : state.installed) {
+        nameWidth = std::max(nameWidth, app.name.size());
+    }
     Answer answer;
     for (const StoreState::App& app : state.installed) {
-        answer.standardOutput +=
-            QStringLiteral("%1  %2  (%3)\n").arg(app.id, app.name, app.version).toUtf8();
+        answer.standardOutput += QStringLiteral("%1 %2  (%3)\n")
+                                     .arg(app.id, app.name.leftJustified(nameWidth), app.version)
+                                     .toUtf8();
     }
     return answer;
 }
@@ -46,7 +53,7 @@ Answer listOutdated(const StoreState& state) {
             continue;
         }
         const StoreState::App& app = state.installed[index];
-        answer.standardOutput += QStringLiteral("%1  %2  (%3 -> %4)\n")
+        answer.standardOutput += QStringLiteral("%1 %2 (%3 -> %4)\n")
                                      .arg(app.id, app.name, app.version, update.version)
                                      .toUtf8();
     }

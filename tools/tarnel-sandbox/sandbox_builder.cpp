@@ -1,10 +1,12 @@
 #include "sandbox_builder.h"
 
 #include "bundle_version.h"
+#include "core/logger.h"
 #include "core/settings_store.h"
 #include "core/system_layout_file.h"
 #include "loopback_certificates.h"
 #include "sandbox_feeds.h"
+#include "updates/skip_update_service.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -66,14 +68,42 @@ const QStringList knownCasks{
     u"sequel-ace"_qs,     u"stats"_qs,           u"swiftbar"_qs,  u"xcodes"_qs,
 };
 
-// Adopted already, at the versions of the bundles on disk. MacDown's cask is
-// deprecated in the served catalogue, and the application stays adopted.
+// Adopted already, at the versions of the bundles on disk. Rectangle, Sequel
+// Ace and MacDown lag behind their casks, so each has a pending Homebrew
+// update; Maccy's cask is older than its bundle. MacDown's cask is deprecated
+// in the served catalogue, and the application stays adopted.
 const QJsonObject installedCasks{
     {u"rectangle"_qs, u"0.85"_qs},
     {u"maccy"_qs, u"2.0.0"_qs},
     {u"macdown"_qs, u"0.0"_qs},
+    {u"sequel-ace"_qs, u"3.4.1,3039"_qs},
 };
 const QString deprecatedCask = u"macdown"_qs;
+// Installs through an installer the user runs by hand, which is what makes
+// adopting or upgrading it ask for the administrator permission.
+const QString manualInstallerCask = u"sequel-ace"_qs;
+const QJsonObject manualInstallerArtifact{
+    {u"installer"_qs, QJsonArray{QJsonObject{{u"manual"_qs, u"Sequel Ace Installer.app"_qs}}}}};
+
+// The user once chose not to install the release this bundle's feed offers.
+const QString skippedFeedBundle = u"Hammerspoon.app"_qs;
+
+// The shared catalogue as this Mac's Homebrew and the served endpoint know it.
+QJsonArray sandboxCatalogue(QJsonArray catalogue) {
+    for (qsizetype index = 0; index < catalogue.size(); ++index) {
+        QJsonObject cask = catalogue[index].toObject();
+        const QString token = cask.value(u"token"_qs).toString();
+        if (token == deprecatedCask) {
+            cask.insert(u"deprecated"_qs, true);
+        } else if (token == manualInstallerCask) {
+            QJsonArray artifacts = cask.value(u"artifacts"_qs).toArray();
+            artifacts.append(manualInstallerArtifact);
+            cask.insert(u"artifacts"_qs, artifacts);
+        }
+        catalogue[index] = cask;
+    }
+    return catalogue;
+}
 
 void makeFolder(const QString& path) {
     if (!QDir().mkpath(path)) {
@@ -171,7 +201,7 @@ void SandboxBuilder::build() const {
                 .arg(sharedFolder));
     }
     checkSharedBundles();
-    const QJsonArray catalogue = readSharedCatalogue();
+    const QJsonArray catalogue = sandboxCatalogue(readSharedCatalogue());
 
     const std::optional<QString> created = highestMissingFolder(root);
     try {
@@ -301,16 +331,24 @@ void SandboxBuilder::writeSettings() const {
     settings.setBool(QStringLiteral("enableMASSupport"), true);
     settings.setStringList(QStringLiteral("excludedApplications"),
                            {QStringLiteral("org.openemu.OpenEmu")});
+    skipOfferedRelease(settings);
 }
 
-void SandboxBuilder::writeCatalogue(QJsonArray catalogue) const {
-    for (qsizetype index = 0; index < catalogue.size(); ++index) {
-        QJsonObject cask = catalogue[index].toObject();
-        if (cask.value(u"token"_qs).toString() == deprecatedCask) {
-            cask.insert(u"deprecated"_qs, true);
-            catalogue[index] = cask;
-        }
+void SandboxBuilder::skipOfferedRelease(SettingsStore& settings) const {
+    const QString bundle = path(QStringLiteral("Applications/")) + skippedFeedBundle;
+    const std::optional<QString> identifier =
+        readInfoPlistText(bundle, QStringLiteral("CFBundleIdentifier"));
+    if (!identifier) {
+        throw SandboxError(QStringLiteral("Cannot read the identifier of %1").arg(bundle));
     }
+    // The program's own store writes the skip, so that its key and form are
+    // those the program reads; what it logs meanwhile is of no interest here.
+    Logger quiet([](LogLevel, const QString&) {}, settings, path(QStringLiteral("home/Desktop")));
+    SkipUpdateService(quiet, settings)
+        .skipVersion(*identifier, SandboxFeeds(root).offeredVersion(skippedFeedBundle));
+}
+
+void SandboxBuilder::writeCatalogue(const QJsonArray& catalogue) const {
     writeFile(path(QStringLiteral("www/api/cask.json")),
               QJsonDocument(catalogue).toJson(QJsonDocument::Compact));
 }

@@ -7,6 +7,8 @@
 
 namespace tarnel {
 
+class SettingsStore;
+
 class SandboxError : public std::runtime_error {
 public:
     explicit SandboxError(const QString& message) : std::runtime_error(message.toStdString()) {}
@@ -17,7 +19,7 @@ public:
 // scan must skip), `brew` and `mas` at their usual places answering from
 // states in which some applications are adopted or from the store, the user's
 // settings, a catalogue to serve, a certificate authority of its own, and the
-// layout file that describes it all.
+// layout file that describes it all. README.md lists the pending updates.
 class SandboxBuilder {
 public:
     // `toolsFolder` holds fake-brew, fake-mas and tarnel-askpass.
@@ -38,7 +40,8 @@ private:
     void writeBrewState(const QJsonArray& catalogue) const;
     void writeStoreState() const;
     void writeSettings() const;
-    void writeCatalogue(QJsonArray catalogue) const;
+    void skipOfferedRelease(SettingsStore& settings) const;
+    void writeCatalogue(const QJsonArray& catalogue) const;
     void writeLayout() const;
 
     QString root;

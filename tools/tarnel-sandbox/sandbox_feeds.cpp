@@ -6,6 +6,7 @@
 #include "feed_signing_key.h"
 #include "loopback_https_server.h"
 #include "sandbox_builder.h"
+#include "versions/version_rules.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -175,6 +176,16 @@ void SandboxFeeds::publish(LoopbackHttpsServer& server) const {
         server.setRoute(QStringLiteral("/feeds/") + archiveName,
                         servedFile(archive, "application/octet-stream"));
     }
+}
+
+QString SandboxFeeds::offeredVersion(const QString& bundle) const {
+    for (const PublishedApplication& application : publishedApplications) {
+        if (QString::fromUtf8(application.bundle) == bundle) {
+            return compositeVersion(QString::fromUtf8(application.shortVersion),
+                                    QString::fromUtf8(application.buildVersion));
+        }
+    }
+    throw SandboxError(QStringLiteral("%1 publishes no feed in the sandbox").arg(bundle));
 }
 
 void SandboxFeeds::pointUnpublishedFeedsAt(const QString& base) const {

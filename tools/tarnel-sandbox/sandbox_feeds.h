@@ -21,6 +21,10 @@ public:
     // While serving: archives and feeds for the server's address, and every
     // bundle's feed pointed at it, so that no check leaves the machine.
     void publish(LoopbackHttpsServer& server) const;
+    // The version an update check reports for the newest release of the
+    // bundle's feed, such as "Hammerspoon.app"; throws for a bundle that
+    // publishes nothing here.
+    QString offeredVersion(const QString& bundle) const;
 
 private:
     QString path(const QString& relative) const;
