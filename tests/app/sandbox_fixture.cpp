@@ -1,7 +1,9 @@
 #include "sandbox_fixture.h"
 
+#include "core/logger.h"
 #include "core/settings_store.h"
 #include "support/test_paths.h"
+#include "updates/skip_update_service.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -106,6 +108,12 @@ QString SandboxFixture::bundle(const QString& name) const {
 
 void SandboxFixture::setSetting(const QString& key, bool value) const {
     tarnel::SettingsStore(inSandbox(QStringLiteral("settings.json"))).setBool(key, value);
+}
+
+void SandboxFixture::clearSkippedVersions() const {
+    tarnel::SettingsStore settings(inSandbox(QStringLiteral("settings.json")));
+    tarnel::Logger quiet([](tarnel::LogLevel, const QString&) {}, settings, folder.path());
+    tarnel::SkipUpdateService(quiet, settings).clearAllSkippedVersions();
 }
 
 void SandboxFixture::changeBrewCask(const QString& token,

@@ -40,6 +40,8 @@ protected:
     QString bundle(const QString& name) const;
 
     void setSetting(const QString& key, bool value) const;
+    // Forgets every skipped version, as the settings' button does.
+    void clearSkippedVersions() const;
     // Changes the cask `token` as `brew` knows it, adding it when it knows none.
     void changeBrewCask(const QString& token,
                         const std::function<void(QJsonObject&)>& change) const;
