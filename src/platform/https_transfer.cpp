@@ -66,6 +66,7 @@ void HttpsTransfer::fail(const HttpsError& error) {
     if (!failure) {
         failure = error;
     }
+    isDiscardingBody = false;
     // Aborting from inside the reply's own signal makes the network layer
     // report a second error of its own, so the abort waits for the loop.
     QMetaObject::invokeMethod(
@@ -81,15 +82,20 @@ void HttpsTransfer::acceptHeaders() {
     if (isInformational(status)) {
         return;
     }
+    // The body of a redirect or a refused answer is of no use. It is read to
+    // its end rather than aborted: the network layer may already have posted
+    // the end of a short answer, and an abort then makes it report a second
+    // error of its own.
     if (isRedirection(status) && reply.hasRawHeader("Location")) {
-        // Its body is of no use, so the reply ends here.
         redirectTarget = reply.url().resolved(QUrl::fromEncoded(reply.rawHeader("Location")));
-        reply.abort();
+        isDiscardingBody = true;
         return;
     }
     areHeadersAccepted = true;
     if (!isSuccess(status)) {
-        throw HttpsError::httpStatus(status);
+        failure = HttpsError::httpStatus(status);
+        isDiscardingBody = true;
+        return;
     }
     const std::optional<qint64> length = announcedLength(reply);
     if (length && *length > maximumSize) {
@@ -102,12 +108,23 @@ void HttpsTransfer::acceptHeaders() {
 
 void HttpsTransfer::drain() {
     acceptHeaders();
+    if (isDiscardingBody) {
+        discardBody();
+        return;
+    }
     while (areHeadersAccepted && !failure && reply.bytesAvailable() > 0) {
         const QByteArray piece = reply.read(readPieceSize);
         if (piece.isEmpty()) {
             return;
         }
         decoder.feed(piece.constData(), piece.size());
+    }
+}
+
+void HttpsTransfer::discardBody() {
+    discarded += reply.skip(reply.bytesAvailable());
+    if (discarded > maximumSize) {
+        fail(HttpsError::tooLarge(maximumSize));
     }
 }
 

@@ -51,6 +51,8 @@ private:
     void deliver(const char* data, qint64 size);
     // Records why the transfer ends and aborts the reply.
     void fail(const HttpsError& error);
+    // Drops what arrives of a refused answer's body, up to the size allowed.
+    void discardBody();
     void throwReplyError();
 
     QNetworkReply& reply;
@@ -62,6 +64,8 @@ private:
     std::optional<QUrl> redirectTarget;
     qint64 received = 0;
     std::optional<HttpsError> failure;
+    bool isDiscardingBody = false;
+    qint64 discarded = 0;
     // Receives the reply's signals; dropping it with the transfer
     // disconnects them.
     QObject context;

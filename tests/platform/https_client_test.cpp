@@ -1,5 +1,6 @@
 #include "core/async/cancellation_error.h"
 #include "core/async/cancellation_source.h"
+#include "core/async/task_handle.h"
 #include "https_sandbox.h"
 #include "https_test_support.h"
 
@@ -176,6 +177,42 @@ TEST(HttpsClient, RefusesAnErrorStatusWithoutUpsettingTheNetworkLayer) {
     qInstallMessageHandler(previous);
     EXPECT_EQ(error.kind(), HttpsError::Kind::httpStatus);
     EXPECT_EQ(networkLayerWarnings, QStringList());
+}
+
+TEST(HttpsClient, ManyRefusedAnswersAndRedirectsSideBySideLeaveTheNetworkLayerQuiet) {
+    HttpsSandbox sandbox;
+    sandbox.server.setRoute(feedPath, ServedRoute::bytes("gone", 404));
+    sandbox.server.setRoute(QStringLiteral("/moved"), ServedRoute::redirect("/feed-elsewhere"));
+    sandbox.server.setRoute(QStringLiteral("/feed-elsewhere"), ServedRoute::bytes(feedText()));
+    networkLayerWarnings.clear();
+    const QtMessageHandler previous = qInstallMessageHandler(keepNetworkLayerWarning);
+    QList<TaskHandle<HttpsResponse>> requests;
+    for (int index = 0; index < 24; ++index) {
+        const QUrl url = sandbox.url(index % 2 == 0 ? feedPath : QStringLiteral("/moved"));
+        requests.append(TaskHandle<HttpsResponse>::start(
+            [&sandbox, url](auto) { return sandbox.client().get(requestOf(url)); }));
+    }
+    int refused = 0;
+    for (const TaskHandle<HttpsResponse>& request : requests) {
+        try {
+            EXPECT_EQ(await(request.result()).status, 200);
+        } catch (const HttpsError& error) {
+            EXPECT_EQ(error.status(), 404);
+            ++refused;
+        }
+    }
+    qInstallMessageHandler(previous);
+    EXPECT_EQ(refused, 12);
+    EXPECT_EQ(networkLayerWarnings, QStringList());
+}
+
+TEST(HttpsClient, RefusedAnswerWithABodyOverTheLimitStillEndsWithItsStatus) {
+    HttpsSandbox sandbox;
+    sandbox.server.setRoute(feedPath, ServedRoute::bytes(QByteArray(4 * 1024 * 1024, 'x'), 500));
+    const HttpsError error =
+        httpsErrorOf(sandbox.client().get(requestOf(sandbox.url(feedPath), 64 * 1024)));
+    EXPECT_EQ(error.kind(), HttpsError::Kind::httpStatus);
+    EXPECT_EQ(error.status(), 500);
 }
 
 TEST(HttpsClient, UntrustedCertificateIsATlsError) {
