@@ -177,3 +177,25 @@ TEST_F(SandboxUpgrade, ANameThatMatchesNothingSaysSo) {
 }
 
 }  // namespace
+
+TEST_F(SandboxUpgrade, ACaskWithAnInstallerOfItsOwnIsNotUpgradedWithoutThePermission) {
+    const CliResult result = cli({QStringLiteral("upgrade"), QStringLiteral("Sequel Ace")});
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(result.errors.endsWith(
+        "tarnel-cli upgrade: The cask 'sequel-ace' requires administrator privileges to "
+        "install.\n\nTo enable this feature, go to Settings → Permissions and turn on 'Admin "
+        "Password'.\n"))
+        << result.errors.toStdString();
+    EXPECT_TRUE(brewRuns(QStringLiteral("upgrade")).isEmpty());
+}
+
+TEST_F(SandboxUpgrade, ACaskWithAnInstallerOfItsOwnIsUpgradedWithThePermission) {
+    setSetting(QStringLiteral("hasAdminPasswordPermission"), true);
+
+    const CliResult result = cli({QStringLiteral("upgrade"), QStringLiteral("Sequel Ace")});
+
+    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    EXPECT_EQ(result.output, "Updated Sequel Ace from 3.4.1,3039 to 3.5.0,20029 via Homebrew\n");
+    EXPECT_EQ(brewRuns(QStringLiteral("upgrade")).size(), 1);
+}

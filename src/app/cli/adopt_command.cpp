@@ -2,6 +2,7 @@
 
 #include "app/cli/application_command.h"
 #include "app/cli/command_line.h"
+#include "app/cli/permission_required.h"
 #include "homebrew/cask_adoption_error.h"
 
 #include <exception>
@@ -11,14 +12,6 @@ namespace tarnel {
 namespace {
 
 using Validation = CustomCaskValidationResult::Kind;
-
-// The words of the "Permission Required" alert.
-QString permissionRequiredText(const Cask& cask) {
-    return QStringLiteral(
-               "The cask '%1' requires administrator privileges to install.\n\nTo enable this "
-               "feature, go to Settings → Permissions and turn on 'Admin Password'.")
-        .arg(cask.name);
-}
 
 // The versions as the "Version Mismatch" alert shows them, what adopting
 // would do, and how to go ahead all the same.

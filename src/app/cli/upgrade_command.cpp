@@ -2,6 +2,7 @@
 
 #include "app/cli/application_command.h"
 #include "app/cli/pending_updates.h"
+#include "app/cli/permission_required.h"
 
 namespace tarnel {
 
@@ -43,10 +44,17 @@ QCoro::Task<int> runUpgradeCommand(QStringList arguments, SystemLayout layout) {
             application, *update, UpdateSource::sparkle);
     }
     if (const auto& update = pending.brewUpdate) {
+        // As on the detail pane: a cask with an installer of its own is
+        // upgraded only with the administrator password allowed.
+        const bool hasAdminPermission = session.services().appState.hasAdminPasswordPermission();
+        if (application.adoptedCask && application.adoptedCask->manualInstaller &&
+            !hasAdminPermission) {
+            co_return session.fail(permissionRequiredText(*application.adoptedCask),
+                                   LineBreaks::kept);
+        }
         // A Homebrew upgrade reports no steps of its own: it is installing
         // until it ends.
         session.showProgress(UpdateState::installing());
-        const bool hasAdminPermission = session.services().appState.hasAdminPasswordPermission();
         co_return co_await install(session,
                                    updateService.updateViaBrew(*update, hasAdminPermission),
                                    application, *update, UpdateSource::homebrew);
