@@ -1,5 +1,6 @@
 #include "homebrew/cask_service.h"
 
+#include "core/async/failure_of.h"
 #include "core/async/worker_pool.h"
 #include "core/clock.h"
 #include "core/logger.h"
@@ -121,15 +122,9 @@ QCoro::Task<> CaskService::adoptCask(Cask cask, bool noQuarantine, bool hasAdmin
                                      ProgressHandler progressHandler) {
     const QStringList arguments = installArguments(QStringLiteral("--adopt"), cask, noQuarantine);
     logger.info(QStringLiteral("Adopting existing app to cask: %1").arg(cask.name));
-    std::exception_ptr failure;
-    try {
-        co_await brewService.executeBrewCommand(arguments, cask.manualInstaller, false,
-                                                progressHandler, hasAdminPermission);
-    } catch (...) {
-        failure = std::current_exception();
-    }
-    if (failure) {
-        throwSortedAdoptionFailure(failure, cask);
+    if (const auto failure = co_await failureOf(brewService.executeBrewCommand(
+            arguments, cask.manualInstaller, false, progressHandler, hasAdminPermission))) {
+        throwSortedAdoptionFailure(*failure, cask);
     }
     logger.info(QStringLiteral("Successfully adopted cask: %1").arg(cask.name));
 }

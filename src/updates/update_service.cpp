@@ -1,5 +1,6 @@
 #include "updates/update_service.h"
 
+#include "core/async/failure_of.h"
 #include "core/async/sleep_for.h"
 #include "core/async/worker_pool.h"
 #include "core/clock.h"
@@ -385,16 +386,11 @@ QCoro::Task<> UpdateService::updateViaBrew(BrewUpdate update, bool hasAdminPermi
         return runBrewUpdate(update, hasAdminPermission);
     });
     activeBrewUpdates.insert(applicationId, upgrade);
-    std::exception_ptr failure;
-    try {
-        co_await upgrade.result();
-    } catch (...) {
-        failure = std::current_exception();
-    }
+    const auto failure = co_await failureOf(upgrade.result());
     activeBrewUpdates.remove(applicationId);
     logger.info(QStringLiteral("Cleaned up active brew update task for %1").arg(applicationId));
     if (failure) {
-        std::rethrow_exception(failure);
+        std::rethrow_exception(*failure);
     }
 }
 
@@ -481,15 +477,10 @@ QCoro::Task<> UpdateService::updateViaSparkle(Application application,
         TaskHandle<>::start([this, application, progressHandler = std::move(progressHandler)](
                                 auto) { return runSparkleUpdate(application, progressHandler); });
     activeSparkleUpdates.insert(applicationId, install);
-    std::exception_ptr failure;
-    try {
-        co_await install.result();
-    } catch (...) {
-        failure = std::current_exception();
-    }
+    const auto failure = co_await failureOf(install.result());
     activeSparkleUpdates.remove(applicationId);
     if (failure) {
-        std::rethrow_exception(failure);
+        std::rethrow_exception(*failure);
     }
 }
 

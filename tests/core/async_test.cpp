@@ -2,6 +2,7 @@
 #include "core/async/cancellation_error.h"
 #include "core/async/cancellation_source.h"
 #include "core/async/continuation.h"
+#include "core/async/failure_of.h"
 #include "core/async/sleep_for.h"
 #include "core/async/task_group.h"
 #include "core/async/task_handle.h"
@@ -140,6 +141,21 @@ TEST(TaskHandle, ParentCancellationReachesTheChild) {
     parent.cancel();
     EXPECT_TRUE(handle.isCancelled());
     EXPECT_THROW(await(handle.result()), CancellationError);
+}
+
+TEST(FailureOf, GivesNothingForATaskThatSucceeds) {
+    auto succeeding = []() -> QCoro::Task<int> { co_return 7; };
+    EXPECT_FALSE(await(failureOf(succeeding())).has_value());
+}
+
+TEST(FailureOf, GivesTheErrorOfATaskThatFails) {
+    auto failing = []() -> QCoro::Task<> {
+        co_await sleepFor(std::chrono::milliseconds(1));
+        throw std::runtime_error("broken");
+    };
+    const auto failure = await(failureOf(failing()));
+    ASSERT_TRUE(failure.has_value());
+    EXPECT_THROW(std::rethrow_exception(*failure), std::runtime_error);
 }
 
 TEST(TaskGroup, HandsResultsOverInFinishingOrder) {

@@ -2,6 +2,7 @@
 
 #include "app/cli/application_choice.h"
 #include "app/cli/command_line.h"
+#include "core/async/failure_of.h"
 #include "core/printable_text.h"
 
 #include <utility>
@@ -107,15 +108,11 @@ ProgressHandler CommandSession::progressHandler() {
 }
 
 QCoro::Task<bool> CommandSession::attempt(QCoro::Task<> step) {
-    std::exception_ptr failure;
-    try {
-        co_await std::move(step);
-        co_return true;
-    } catch (...) {
-        failure = std::current_exception();
+    if (const auto failure = co_await failureOf(std::move(step))) {
+        fail(*failure);
+        co_return false;
     }
-    fail(failure);
-    co_return false;
+    co_return true;
 }
 
 int CommandSession::fail(const QString& problem, LineBreaks lineBreaks) {
