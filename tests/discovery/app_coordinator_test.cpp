@@ -15,10 +15,17 @@ using namespace tarnel;
 
 namespace {
 
+// A real bundle's Info.plist without its update feed, whose address is on
+// the internet, which tests never reach.
+TestPropertyList withoutFeed(const QString& fixture) {
+    return std::move(TestPropertyList::fromData(fixtureInfoPlist(fixture)).remove("SUFeedURL"));
+}
+
 // Rectangle adopted at 0.85 while its cask offers 0.98; Maccy and Stats by hand.
 void layOutMachine(CoordinatorSandbox& sandbox) {
     sandbox.bundles.addFixture(QStringLiteral("Rectangle.app"), QStringLiteral("Rectangle"));
-    sandbox.bundles.addFixture(QStringLiteral("Maccy.app"), QStringLiteral("Maccy"));
+    sandbox.bundles.addBundle(QStringLiteral("Maccy.app"),
+                              withoutFeed(QStringLiteral("Maccy")).xml());
     sandbox.bundles.addFixture(QStringLiteral("Utilities/Stats.app"), QStringLiteral("Stats"));
     sandbox.brew.state.addCaskFromFile(
         QStringLiteral(TARNEL_SHARED_DIR "/data/casks/rectangle.json"));
@@ -142,7 +149,7 @@ TEST(AppCoordinator, BundleReinstalledAtTheSamePathKeepsItsIdentifierAndShowsIts
     const Application before = named(firstDiscovery(sandbox).applications, QStringLiteral("Maccy"));
     ASSERT_TRUE(QDir(before.bundlePath).removeRecursively());
     sandbox.bundles.addBundle(QStringLiteral("Maccy.app"),
-                              TestPropertyList::fromData(fixtureInfoPlist(QStringLiteral("Maccy")))
+                              withoutFeed(QStringLiteral("Maccy"))
                                   .text("CFBundleShortVersionString", QStringLiteral("9.9.9"))
                                   .xml());
     RecordedProgress progress;
@@ -158,7 +165,7 @@ TEST(AppCoordinator, BundleReinstalledAtTheSamePathKeepsItsIdentifierAndShowsIts
 TEST(AppCoordinator, ExclusionOfTheRecordBeforeTheRefreshOutlivesIt) {
     CoordinatorSandbox sandbox;
     layOutMachine(sandbox);
-    sandbox.bundles.addFixture(QStringLiteral("Ice.app"), QStringLiteral("Ice"));
+    sandbox.bundles.addBundle(QStringLiteral("Ice.app"), withoutFeed(QStringLiteral("Ice")).xml());
     const QList<Application> first = firstDiscovery(sandbox).applications;
     // Both excluded before the refresh; Maccy is included again during it,
     // as far as the stored exclusions know, and still comes out excluded.
