@@ -59,12 +59,7 @@ Machine& machine() {
 struct CheckServices {
     explicit CheckServices(Machine& machine)
         : client(machine.sandbox.layout),
-          factory(
-              client, machine.clock,
-              AppcastEngineSettings{.systemVersion = machine.sandbox.layout.systemVersion,
-                                    .preferredLanguages = machine.sandbox.layout.preferredLanguages,
-                                    .temporaryDirectory = machine.sandbox.layout.temporaryDirectory,
-                                    .dataDirectory = machine.sandbox.layout.dataDirectory}),
+          factory(client, machine.clock, AppcastEngineSettings::of(machine.sandbox.layout)),
           service(machine.sandbox.logger, factory, machine.clock) {}
 
     HttpsClient client;

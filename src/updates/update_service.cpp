@@ -19,7 +19,9 @@
 #include <QStringEncoder>
 #include <QTimer>
 
+#include <algorithm>
 #include <chrono>
+#include <iterator>
 
 namespace tarnel {
 
@@ -52,6 +54,13 @@ QString keyList(const QStringList& keys) {
         quoted.append(u'"' + key + u'"');
     }
     return u'[' + quoted.join(QStringLiteral(", ")) + u']';
+}
+
+template <typename Predicate>
+QList<Application> applicationsWhere(const QList<Application>& applications, Predicate predicate) {
+    QList<Application> kept;
+    std::copy_if(applications.cbegin(), applications.cend(), std::back_inserter(kept), predicate);
+    return kept;
 }
 
 const Application* firstAdoptedTo(const QList<Application>& candidates, const QString& caskName) {
@@ -126,12 +135,10 @@ QCoro::Task<QList<BrewUpdate>> UpdateService::checkBrewUpdates(QList<Application
         co_return brewUpdatesCache.values();
     }
     logger.info(QStringLiteral("Checking for Brew updates..."));
-    QList<Application> candidates;
-    for (const Application& application : applications) {
-        if (application.alreadyAdopted && application.adoptedCask) {
-            candidates.append(application);
-        }
-    }
+    const QList<Application> candidates =
+        applicationsWhere(applications, [](const Application& application) {
+            return application.alreadyAdopted && application.adoptedCask.has_value();
+        });
     if (candidates.isEmpty()) {
         co_return storeNoBrewUpdates(QStringLiteral("No Brew-managed applications found"));
     }
@@ -142,12 +149,12 @@ QCoro::Task<QList<BrewUpdate>> UpdateService::checkBrewUpdates(QList<Application
         {QStringLiteral("outdated"), QStringLiteral("--cask"), QStringLiteral("--greedy"),
          QStringLiteral("--json")},
         false, true, {}, hasAdminPermission);
-    const QString trimmed = output.trimmed();
-    if (trimmed.isEmpty() || trimmed == QLatin1String("[]")) {
+    // `executeBrewCommand` gives the output already trimmed.
+    if (output.isEmpty() || output == QLatin1String("[]")) {
         co_return storeNoBrewUpdates(QStringLiteral("No outdated casks found"));
     }
     QStringEncoder encoder(QStringEncoder::Utf8);
-    QByteArray json = encoder.encode(trimmed);
+    QByteArray json = encoder.encode(output);
     if (encoder.hasError()) {
         logger.error(QStringLiteral("Failed to convert outdated result to UTF-8 data"));
         throw BrewError::commandFailed(QStringLiteral("Invalid character encoding in brew output"),
@@ -249,12 +256,8 @@ QCoro::Task<QList<SparkleUpdate>> UpdateService::checkSparkleUpdates(
     }
     logger.info(QStringLiteral("Discovering Sparkle updates..."));
     // An application that Homebrew manages is never asked about its feed.
-    QList<Application> candidates;
-    for (const Application& application : applications) {
-        if (!application.alreadyAdopted) {
-            candidates.append(application);
-        }
-    }
+    const QList<Application> candidates = applicationsWhere(
+        applications, [](const Application& application) { return !application.alreadyAdopted; });
     if (candidates.isEmpty()) {
         lastSparkleUpdateCheck = clock.now();
         sparkleUpdatesCache.clear();
@@ -270,20 +273,18 @@ QCoro::Task<QList<SparkleUpdate>> UpdateService::checkSparkleUpdates(
 }
 
 QCoro::Task<QList<MASUpdate>> UpdateService::checkMASUpdates(QList<Application> applications) {
-    QSet<QString> storeIds;
-    for (const Application& application : applications) {
-        if (application.masApp) {
-            storeIds.insert(application.masApp->id);
-        }
-    }
-    if (storeIds.isEmpty()) {
+    const QList<Application> storeApplications = applicationsWhere(
+        applications,
+        [](const Application& application) { return application.masApp.has_value(); });
+    if (storeApplications.isEmpty()) {
         logger.info(QStringLiteral("No MAS apps found for update checking"));
         co_return QList<MASUpdate>();
     }
-    const auto storeApplications = std::count_if(
-        applications.cbegin(), applications.cend(),
-        [](const Application& application) { return application.masApp.has_value(); });
-    logger.info(QStringLiteral("Checking MAS updates for %1 apps").arg(storeApplications));
+    logger.info(QStringLiteral("Checking MAS updates for %1 apps").arg(storeApplications.size()));
+    QSet<QString> storeIds;
+    for (const Application& application : storeApplications) {
+        storeIds.insert(application.masApp->id);
+    }
     QList<MASUpdate> outdated;
     try {
         outdated = co_await masService.fetchOutdatedMASApps();
@@ -455,8 +456,8 @@ QCoro::Task<bool> UpdateService::verifyUpdateSucceeded(QString caskName) {
                            .arg(caskName, describe(error)));
         co_return true;
     }
-    const QString trimmed = output.trimmed();
-    if (!trimmed.isEmpty() && trimmed.contains(caskName)) {
+    // `executeBrewCommand` gives the output already trimmed.
+    if (!output.isEmpty() && output.contains(caskName)) {
         logger.warning(QStringLiteral("Verification: %1 still shows as outdated").arg(caskName));
         co_return false;
     }

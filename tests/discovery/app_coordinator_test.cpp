@@ -107,8 +107,8 @@ TEST(AppCoordinator, FailingVersionCheckBlocksTheFirstDiscovery) {
 
     EXPECT_TRUE(sandbox.brew.capture.containsText(
         QStringLiteral("Homebrew configuration issue detected, blocking discovery: ")));
-    EXPECT_EQ(sandbox.brewRuns(QStringLiteral("update")), 0);
-    EXPECT_EQ(sandbox.brewRuns(QStringLiteral("list")), 0);
+    EXPECT_EQ(sandbox.brew.state.invocationsOf(QStringLiteral("update")).size(), 0);
+    EXPECT_EQ(sandbox.brew.state.invocationsOf(QStringLiteral("list")).size(), 0);
     EXPECT_TRUE(sandbox.coordinator().currentApplications().isEmpty());
 }
 
@@ -122,8 +122,8 @@ TEST(AppCoordinator, FailingVersionCheckAndUpdateLeaveARefreshGoing) {
     const DiscoveryOutcome outcome = refresh(sandbox, progress);
 
     EXPECT_EQ(outcome.applications.size(), 3);
-    EXPECT_EQ(sandbox.brewRuns(QStringLiteral("--version")), 0);
-    EXPECT_EQ(sandbox.brewRuns(QStringLiteral("update")), 1);
+    EXPECT_EQ(sandbox.brew.state.invocationsOf(QStringLiteral("--version")).size(), 0);
+    EXPECT_EQ(sandbox.brew.state.invocationsOf(QStringLiteral("update")).size(), 1);
     EXPECT_TRUE(sandbox.brew.capture.containsText(QStringLiteral("brew update failed: ")));
 }
 

@@ -6,11 +6,7 @@ UpdateService& CoordinatorSandbox::updateService() {
     if (!updates) {
         httpsClient = std::make_unique<HttpsClient>(brew.layout);
         updaterFactory = std::make_unique<AppcastUpdaterFactory>(
-            *httpsClient, brew.clock,
-            AppcastEngineSettings{.systemVersion = brew.layout.systemVersion,
-                                  .preferredLanguages = brew.layout.preferredLanguages,
-                                  .temporaryDirectory = brew.layout.temporaryDirectory,
-                                  .dataDirectory = brew.layout.dataDirectory});
+            *httpsClient, brew.clock, AppcastEngineSettings::of(brew.layout));
         sparkle = std::make_unique<SparkleService>(logger, *updaterFactory, brew.clock);
         skips = std::make_unique<SkipUpdateService>(logger, settings);
         updates =
@@ -26,14 +22,4 @@ AppCoordinator& CoordinatorSandbox::coordinator() {
                                                           brew.brewService(), logger);
     }
     return *appCoordinator;
-}
-
-int CoordinatorSandbox::brewRuns(const QString& command) const {
-    int runs = 0;
-    for (const FakeBrewInvocation& invocation : brew.state.invocations()) {
-        if (invocation.arguments.value(0) == command) {
-            ++runs;
-        }
-    }
-    return runs;
 }

@@ -28,8 +28,6 @@ class CoordinatorSandbox : public DiscoverySandbox {
 public:
     tarnel::AppCoordinator& coordinator();
     tarnel::UpdateService& updateService();
-    // How often `brew` ran with this first argument.
-    int brewRuns(const QString& command) const;
 
 private:
     std::unique_ptr<tarnel::HttpsClient> httpsClient;

@@ -73,11 +73,7 @@ protected:
     QStringList installed() { return await(sandbox.caskService().fetchInstalledCasks()); }
 
     qsizetype listInvocationCount() const {
-        qsizetype count = 0;
-        for (const FakeBrewInvocation& invocation : sandbox.state.invocations()) {
-            count += invocation.arguments.value(0) == QStringLiteral("list") ? 1 : 0;
-        }
-        return count;
+        return sandbox.state.invocationsOf(QStringLiteral("list")).size();
     }
 
     bool logged(const QString& message) const {

@@ -86,7 +86,9 @@ protected:
         return testing::AssertionSuccess();
     }
 
-    qsizetype outdatedRuns() const { return sandbox.brewRuns(outdatedCommand).size(); }
+    qsizetype outdatedRuns() const {
+        return sandbox.brew.state.invocationsOf(outdatedCommand).size();
+    }
 
     // Primes the cache with the update of `tool`, then lets it age past its life.
     void cacheAnUpdateAndOutliveIt() {
@@ -123,7 +125,7 @@ TEST_F(BrewUpdateCheck, FindsTheOutdatedCaskOfAManagedApplication) {
 TEST_F(BrewUpdateCheck, AsksBrewForEveryOutdatedCaskWithoutAdministratorRights) {
     check({tool});
 
-    const QList<FakeBrewInvocation> runs = sandbox.brewRuns(outdatedCommand);
+    const QList<FakeBrewInvocation> runs = sandbox.brew.state.invocationsOf(outdatedCommand);
     ASSERT_EQ(runs.size(), 1);
     EXPECT_EQ(runs.first().arguments,
               (QStringList{QStringLiteral("outdated"), QStringLiteral("--cask"),
@@ -137,7 +139,7 @@ TEST_F(BrewUpdateCheck, WithThePermissionAReportingListingStillRunsOnce) {
     const QList<BrewUpdate> updates = check({tool}, true);
 
     EXPECT_EQ(caskNames(updates), QStringList{QStringLiteral("tool")});
-    const QList<FakeBrewInvocation> runs = sandbox.brewRuns(outdatedCommand);
+    const QList<FakeBrewInvocation> runs = sandbox.brew.state.invocationsOf(outdatedCommand);
     ASSERT_EQ(runs.size(), 1);
     EXPECT_FALSE(runs.first().environment.value(QStringLiteral("SUDO_ASKPASS")).has_value());
 }

@@ -247,7 +247,7 @@ TEST_F(BrewUpdateExecution, ASuccessRemovesThePendingUpdateFromTheCache) {
     upgrade();
 
     EXPECT_TRUE(cachedUpdates().isEmpty());
-    EXPECT_EQ(sandbox.brewRuns(outdatedCommand).size(), 2);
+    EXPECT_EQ(sandbox.brew.state.invocationsOf(outdatedCommand).size(), 2);
 }
 
 TEST_F(BrewUpdateExecution, AnUpgradeThatLeavesTheCaskOutdatedStillSucceedsWithAWarning) {

@@ -158,7 +158,7 @@ TEST_F(UpdateCaches, SkippingABrewUpdateKeepsTheVersionAndDropsItFromTheCache) {
         QStringLiteral("Skipped Brew update version 2.0 for bundle org.example.tool")));
     sandbox.skipUpdateService().clearAllSkippedVersions();
     EXPECT_TRUE(brewUpdates().isEmpty());
-    EXPECT_EQ(sandbox.brewRuns(QStringLiteral("outdated")).size(), 1);
+    EXPECT_EQ(sandbox.brew.state.invocationsOf(QStringLiteral("outdated")).size(), 1);
 }
 
 TEST_F(UpdateCaches, SkippingAFeedUpdateKeepsTheVersionAndDropsItFromTheCache) {
@@ -184,9 +184,9 @@ TEST_F(UpdateCaches, ClearingTheAdoptionCachesAsksForTheInstalledCasksAgainOnly)
     sandbox.updateService().clearAdoptionCaches();
 
     await(sandbox.caskService().fetchInstalledCasks());
-    EXPECT_EQ(sandbox.brewRuns(QStringLiteral("list")).size(), 2);
+    EXPECT_EQ(sandbox.brew.state.invocationsOf(QStringLiteral("list")).size(), 2);
     EXPECT_EQ(brewUpdates().size(), 1);
-    EXPECT_EQ(sandbox.brewRuns(QStringLiteral("outdated")).size(), 1);
+    EXPECT_EQ(sandbox.brew.state.invocationsOf(QStringLiteral("outdated")).size(), 1);
     EXPECT_TRUE(containsInOrder(sandbox.logLines(),
                                 {infoLine(QStringLiteral("Cleared installed casks cache")),
                                  infoLine(QStringLiteral("Cleared adoption-related caches"))}));

@@ -51,7 +51,9 @@ protected:
                 QStringLiteral("store 111")};
     }
 
-    qsizetype outdatedRuns() const { return sandbox.brewRuns(QStringLiteral("outdated")).size(); }
+    qsizetype outdatedRuns() const {
+        return sandbox.brew.state.invocationsOf(QStringLiteral("outdated")).size();
+    }
     qsizetype storeChecks() const { return sandbox.masRuns(QStringLiteral("outdated")).size(); }
 
     UpdateSandbox sandbox;
@@ -114,7 +116,8 @@ TEST_F(UpdateDiscovery, AsksBrewAndTheFeedsSideBySide) {
     EXPECT_EQ(applicationIds(discover()), everyUpdate().mid(0, 2));
 
     sandbox.server.setRequestObserver({});
-    const QList<FakeBrewInvocation> runs = sandbox.brewRuns(QStringLiteral("outdated"));
+    const QList<FakeBrewInvocation> runs =
+        sandbox.brew.state.invocationsOf(QStringLiteral("outdated"));
     ASSERT_EQ(runs.size(), 1);
     ASSERT_NE(feedAskedAt->load(), 0);
     EXPECT_LT(feedAskedAt->load(), runs.first().endedAt);
@@ -125,7 +128,8 @@ TEST_F(UpdateDiscovery, AsksTheStoreAfterBrewAndTheFeeds) {
 
     discover();
 
-    const QList<FakeBrewInvocation> brewChecks = sandbox.brewRuns(QStringLiteral("outdated"));
+    const QList<FakeBrewInvocation> brewChecks =
+        sandbox.brew.state.invocationsOf(QStringLiteral("outdated"));
     const QList<FakeMasState::Invocation> storeRuns = sandbox.masRuns(QStringLiteral("outdated"));
     ASSERT_EQ(brewChecks.size(), 1);
     ASSERT_EQ(storeRuns.size(), 1);
@@ -270,7 +274,8 @@ TEST_F(UpdateDiscovery, TwoDiscoveriesStartedCloseTogetherBothDoTheFullWork) {
 
     EXPECT_EQ(applicationIds(await(first.result())), everyUpdate().mid(0, 2));
     EXPECT_EQ(applicationIds(await(second.result())), everyUpdate().mid(0, 2));
-    const QList<FakeBrewInvocation> runs = sandbox.brewRuns(QStringLiteral("outdated"));
+    const QList<FakeBrewInvocation> runs =
+        sandbox.brew.state.invocationsOf(QStringLiteral("outdated"));
     ASSERT_EQ(runs.size(), 2);
     EXPECT_LT(runs.at(0).startedAt, runs.at(1).endedAt);
     EXPECT_LT(runs.at(1).startedAt, runs.at(0).endedAt);

@@ -196,16 +196,6 @@ void UpdateSandbox::removeMas() {
     QFile::remove(brew.layout.masCandidates.first());
 }
 
-QList<FakeBrewInvocation> UpdateSandbox::brewRuns(const QString& command) const {
-    QList<FakeBrewInvocation> runs;
-    for (const FakeBrewInvocation& invocation : brew.state.invocations()) {
-        if (invocation.arguments.value(0) == command) {
-            runs.append(invocation);
-        }
-    }
-    return runs;
-}
-
 QList<FakeMasState::Invocation> UpdateSandbox::masRuns(const QString& command) const {
     QList<FakeMasState::Invocation> runs;
     for (const FakeMasState::Invocation& invocation : mas.invocations()) {

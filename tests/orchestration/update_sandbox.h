@@ -77,8 +77,6 @@ public:
     // Takes `mas` away from where the program looks for it.
     void removeMas();
 
-    // The `brew` runs whose first argument is `command`, in the order they ended.
-    QList<FakeBrewInvocation> brewRuns(const QString& command) const;
     // The `mas` runs whose first argument is `command`, in the order they ended.
     QList<FakeMasState::Invocation> masRuns(const QString& command) const;
     // How often the application's feed was asked for.

@@ -92,6 +92,16 @@ QByteArray FakeBrewState::invocationLog() const {
     return readFile(QDir(stateFolder).filePath(QStringLiteral("invocations.jsonl")));
 }
 
+QList<FakeBrewInvocation> FakeBrewState::invocationsOf(const QString& command) const {
+    QList<FakeBrewInvocation> runs;
+    for (const FakeBrewInvocation& invocation : invocations()) {
+        if (invocation.arguments.value(0) == command) {
+            runs.append(invocation);
+        }
+    }
+    return runs;
+}
+
 QList<FakeBrewInvocation> FakeBrewState::invocations() const {
     QList<FakeBrewInvocation> result;
     for (const QByteArray& line : invocationLog().split('\n')) {

@@ -50,6 +50,8 @@ public:
     void setBehaviours(const QString& command, const QList<FakeBrewBehaviour>& behaviours);
 
     QList<FakeBrewInvocation> invocations() const;
+    // Those whose first argument is `command`, such as "outdated".
+    QList<FakeBrewInvocation> invocationsOf(const QString& command) const;
     // The invocation log as it stands on disk.
     QByteArray invocationLog() const;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/system_layout.h"
 #include "platform/appcast/appcast_check_context.h"
 
 #include <QString>
@@ -19,6 +20,8 @@ struct AppcastEngineSettings {
     // The program's own data folder, for what the engine remembers of each
     // application; never the application's bundle or preferences.
     QString dataDirectory;
+
+    static AppcastEngineSettings of(const SystemLayout& layout);
 };
 
 }  // namespace tarnel
